@@ -134,7 +134,6 @@ TEST(Array, grows_by_half_of_what_was_asked_for) {
 }
 
 TEST(Array, misuse_ends_the_process) {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
     Array<int> array{1, 2, 3};
     EXPECT_DEATH(array[3] = 1, "Array::operator\\[\\]\\(\\): invalid index");
     EXPECT_DEATH(array.back(3) = 1, "Array::back\\(\\): invalid index");
@@ -163,7 +162,6 @@ TEST(Allocator, guards_its_blocks) {
 
 #if !defined(__SANITIZE_ADDRESS__)
 TEST(Allocator, damage_ends_the_process) {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
     char *ptr = static_cast<char *>(Allocator::allocate(32));
     memset(ptr, 0, 32);
     int *array = Allocator::allocate<int>(8);
@@ -294,7 +292,6 @@ TEST(Tree, ascending_keys_stay_shallow) {
 }
 
 TEST(Map, absent_key_ends_the_process) {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
     Map<int, int> map;
     map.append(1, 1);
     map.append(1, 2);
