@@ -1,0 +1,17 @@
+// transcendental functions
+#version 450
+layout(local_size_x = 1) in;
+layout(std430, binding = 0) buffer Results { uint results[]; };
+layout(std430, binding = 1) readonly buffer Inputs { int inputs[]; };
+
+void main() {
+    float x = float(inputs[3]) * 0.3;
+    results[0] = floatBitsToUint(sin(x)); results[1] = floatBitsToUint(cos(x)); results[2] = floatBitsToUint(tan(x));
+    results[3] = floatBitsToUint(exp(x)); results[4] = floatBitsToUint(log(x)); results[5] = floatBitsToUint(pow(x, 2.5));
+    results[6] = floatBitsToUint(sqrt(x)); results[7] = floatBitsToUint(inversesqrt(x)); results[8] = floatBitsToUint(exp2(x));
+    results[9] = floatBitsToUint(log2(x)); results[10] = floatBitsToUint(asin(x)); results[11] = floatBitsToUint(acos(x));
+    results[12] = floatBitsToUint(atan(x)); results[13] = floatBitsToUint(atan(x, -0.5));
+    results[14] = floatBitsToUint(radians(x)); results[15] = floatBitsToUint(degrees(x));
+    results[16] = floatBitsToUint(sinh(x)); results[17] = floatBitsToUint(tanh(x));
+    results[18] = floatBitsToUint(smoothstep(0.0, 2.0, x));
+}

@@ -1,0 +1,17 @@
+// escape counts of the Mandelbrot set
+#version 450
+layout(local_size_x = 1) in;
+layout(std430, binding = 0) buffer Results { uint results[]; };
+layout(std430, binding = 1) readonly buffer Inputs { int inputs[]; };
+
+uint escape(vec2 c) {
+    vec2 z = vec2(0.0);
+    for (uint i = 0u; i < 64u; i++) {
+        z = vec2(z.x * z.x - z.y * z.y, 2.0 * z.x * z.y) + c;
+        if (dot(z, z) > 4.0) return i;
+    }
+    return 64u;
+}
+void main() {
+    for (int i = 0; i < 16; i++) results[i] = escape(vec2(-2.0 + float(inputs[i]) * 0.1875, 0.25));
+}
