@@ -3,6 +3,8 @@
 
 #pragma once
 
+#include <stdio.h>
+
 #include "KolmStream.h"
 
 namespace Kolm {
@@ -58,6 +60,8 @@ protected:
 
 private:
     struct FileImpl;
+
+    bool open_file(FILE *file, const char *mode);
 
     mutable FileImpl *impl;
 };

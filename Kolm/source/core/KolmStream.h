@@ -188,18 +188,19 @@ protected:
 
 private:
     template<class Type> Type read_value(bool *status) {
-        Type value = Type(0);
-        if(read(&value, sizeof(value)) != sizeof(value) && status) *status = false;
-        return value;
+        Type value;
+        if(KOLM_LIKELY(read(&value, sizeof(value)) == sizeof(value))) return value;
+        if(status) *status = false;
+        return Type(0);
     }
 
-    bool read_byte(char &c);
     bool read_string(String &dest, size_t size);
-    bool read_block(Array<uint8_t> &dest, size_t size);
+    bool refill(String &buffer, uint32_t size);
+    size_t write_block(const void *src, size_t size);
 };
 
 template<class Type, class Allocator> bool Stream::readArray(Array<Type, Allocator> &dest, uint32_t size) {
-    static_assert(__is_trivially_copyable(Type), "Stream::readArray(): elements are read as bytes");
+    static_assert(std::is_trivially_copyable_v<Type>, "Stream::readArray(): elements are read as bytes");
     constexpr uint32_t step = static_cast<uint32_t>(chunk_size / sizeof(Type)) + 1;
     dest.clear();
     while(dest.size() < size) {

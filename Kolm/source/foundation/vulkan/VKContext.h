@@ -1,0 +1,257 @@
+// VKContext.h: a queue with a ring of frames. Rests on VKAdapter. Hides command buffers, fences, transient memory,
+// descriptor pools and the wait between the release of a Vulkan object and its destruction.
+//
+// One frame, from flip to flip:
+//
+//     reset     everything that was released in this frame's last round is destroyed, its transient memory is free
+//     record    up to 17 command buffers, one more after each flush
+//     submit    the last one goes with the frame's fence
+//     flip      the next frame begins when its fence has passed: `frames` flips lie between release and destruction
+
+#pragma once
+
+#include "VKAdapter.h"
+
+namespace Kolm {
+
+/// Belongs to one thread. Several contexts may share an adapter and even its queue.
+class VKContext : public Allocated, private NoCopy {
+public:
+    static constexpr uint32_t MinFrames = 2;
+    static constexpr uint32_t DefaultFrames = 3;
+    static constexpr uint32_t MaxFlushes = 16;                // in one frame
+    static constexpr uint64_t UploadSize = 32ull << 20;       // bytes of one upload or download buffer
+    static constexpr uint64_t UniformSize = 8ull << 20;       // bytes of one uniform buffer
+    static constexpr uint64_t MaxTransientSize = 512ull << 20; // bytes of each kind before the caller has to wait
+    static constexpr uint32_t MaxBarriers = 160;
+
+    /// Kinds of transient memory.
+    enum TransientType { TransientUpload = 0, TransientDownload, TransientUniform, NumTransientTypes };
+
+    /// Piece of transient memory. It lasts until the frame's commands have run; null \p buffer means that none is left.
+    struct Transient {
+        VkBuffer buffer = VK_NULL_HANDLE;
+        uint64_t offset = 0;     // bytes in the buffer
+        uint64_t size = 0;       // bytes
+        uint8_t *data = nullptr; // where the host reads and writes
+        const VK::MemoryPtr *memory = nullptr;
+        explicit operator bool() const { return buffer != VK_NULL_HANDLE; }
+    };
+
+    /// Host-visible buffer that is divided from its start to its end.
+    struct Buffer : public Allocated {
+        VkDevice device = VK_NULL_HANDLE;
+        VkBuffer buffer = VK_NULL_HANDLE;
+        VK::MemoryPtr buffer_memory;
+        uint8_t *buffer_data = nullptr;
+        uint64_t buffer_offset = 0; // first free byte
+        uint64_t buffer_size = 0;
+
+        bool create(VKAdapter *adapter, VkBufferUsageFlags usage, uint32_t memory_type, uint64_t size);
+        void release(VKAdapter *adapter);
+        bool allocate(Transient &transient, uint64_t alignment, uint64_t size);
+    };
+
+    /// Collects barriers for one vkCmdPipelineBarrier.
+    struct Barriers {
+        VkPipelineStageFlags src_stages = 0;
+        VkPipelineStageFlags dest_stages = 0;
+        uint32_t num_buffers = 0;
+        uint32_t num_images = 0;
+        VkBufferMemoryBarrier buffers[MaxBarriers];
+        VkImageMemoryBarrier images[MaxBarriers];
+        Barriers() {}
+    };
+
+    /// Whoever records on a context over several calls. It hears when its command buffer is closed.
+    class Listener {
+    public:
+        /// \p lost: transient memory and descriptor sets of the frame are about to be given away.
+        virtual void invalidate(bool lost) = 0;
+
+    protected:
+        ~Listener() = default;
+
+    private:
+        friend class VKContext;
+        Listener *prev_listener = nullptr;
+        Listener *next_listener = nullptr;
+    };
+
+    /// What waits for the fence of its frame, in order of destruction; the memory under it goes last.
+    ///   X(handle type, name in release##NAME, list, function)
+#define VK_RELEASE_LIST(X)                                                                                             \
+    X(VkImage, Image, images, vkDestroyImage)                                                                          \
+    X(VkBuffer, Buffer, buffers, vkDestroyBuffer)                                                                      \
+    X(VkSampler, Sampler, samplers, vkDestroySampler)                                                                  \
+    X(VkImageView, ImageView, image_views, vkDestroyImageView)                                                         \
+    X(VkBufferView, BufferView, buffer_views, vkDestroyBufferView)                                                     \
+    X(VkAccelerationStructureKHR, AccelerationStructure, tracings, vkDestroyAccelerationStructureKHR)                  \
+    X(VkDescriptorPool, DescriptorPool, descriptors, vkDestroyDescriptorPool)                                          \
+    X(VkFramebuffer, Framebuffer, framebuffers, vkDestroyFramebuffer)                                                  \
+    X(VkPipeline, Pipeline, pipelines, vkDestroyPipeline)                                                              \
+    X(VkPipelineLayout, PipelineLayout, pipeline_layouts, vkDestroyPipelineLayout)                                     \
+    X(VkDescriptorSetLayout, DescriptorLayout, descriptor_layouts, vkDestroyDescriptorSetLayout)
+
+    struct Frame : public Allocated {
+        VKAdapter *adapter = nullptr;
+        VkDevice device = VK_NULL_HANDLE;
+        bool primary = true;    // command buffers are submitted, not executed by a parent
+        bool submitted = false; // the fence is on its way
+        VkFence fence = VK_NULL_HANDLE;
+        VkCommandPool pool = VK_NULL_HANDLE;
+        uint32_t command_index = 0;
+        VkCommandBuffer commands[MaxFlushes + 1] = {};
+        Array<Buffer *> transients[NumTransientTypes]; // used by this frame
+
+#define VK_RELEASE_FIELD(TYPE, NAME, LIST, FUNCTION) Array<TYPE> LIST;
+        VK_RELEASE_LIST(VK_RELEASE_FIELD)
+#undef VK_RELEASE_FIELD
+        Array<VK::MemoryPtr> pointers;
+
+        uint32_t descriptor_index = 0;
+        Array<VkDescriptorPool> descriptor_pools;
+        Array<VkSemaphore> wait_semaphores;
+        Array<VkSemaphore> signal_semaphores;
+        Array<VkPipelineStageFlags> wait_stage_masks;
+
+        bool create(VKAdapter *adapter, uint32_t family, VkCommandBufferLevel level);
+        void release();
+        bool begin_command();
+        bool submit(VkQueue queue, SpinLock &lock, VkFence fence);
+        bool wait();
+        bool reset(bool begin);
+        void releaseResources();
+        VkDescriptorPool getDescriptorPool(bool next);
+        VkDescriptorSet allocateDescriptor(VkDescriptorSetLayout layout);
+    };
+
+    /// Context on a queue of a created adapter.
+    VKContext(VKAdapter *adapter, uint32_t family, uint32_t index);
+    ~VKContext();
+
+    /// Expects at least MinFrames frames. False and one line on failure.
+    bool create(VkCommandBufferLevel level, uint32_t frames = DefaultFrames);
+    /// Waits for the queue and destroys everything.
+    void release();
+    bool isCreated() const { return frame != nullptr; }
+
+    VKAdapter *getAdapter() const { return adapter; }
+    VkDevice getDevice() const { return device; }
+    VkQueue getQueue() const { return queue; }
+    uint32_t getFamily() const { return queue_family; }
+    bool isPrimary() const { return primary; }
+    uint32_t getNumFrames() const { return frames.size(); }
+
+    /// Command buffer to record on. Not kept over flip, flush and finish. \p check asserts that one is open.
+    VkCommandBuffer getCommand(bool check = true) const;
+    uint32_t getNumCommands() const { return frame->command_index + 1; }
+    VkFence getFence() const { return frame->fence; }
+    VkCommandPool getPool() const { return frame->pool; }
+    /// Grows whenever the command buffer changes: state that was bound before is gone.
+    uint64_t getEpoch() const { return epoch; }
+
+    void addListener(Listener *listener);
+    void removeListener(Listener *listener);
+
+    /// Submits the frame's open command buffer with an outside fence or, for none, the frame's.
+    bool submit(VkQueue queue, VkFence fence);
+    /// Goes to the next frame, after \p submit of this one. \p reset begins its first command buffer.
+    bool flip(bool submit, bool reset);
+    /// Submits what was recorded and goes on in the next command buffer. \p wait waits until it ran. At most MaxFlushes
+    /// times in a frame without waiting.
+    bool flush(bool wait, VkFence fence = VK_NULL_HANDLE);
+    /// Waits until the queue is idle, after \p submit of what was recorded, and begins the frame anew.
+    bool finish(bool submit, bool reset);
+    /// Runs the one command buffer of a secondary context within this one.
+    bool execute(VKContext *child);
+
+    bool reserveUploadBuffers(uint64_t size) { return reserve_buffers(TransientUpload, size); }
+    bool reserveDownloadBuffers(uint64_t size) { return reserve_buffers(TransientDownload, size); }
+    bool reserveUniformBuffers(uint64_t size) { return reserve_buffers(TransientUniform, size); }
+    void releaseUploadBuffers() { release_buffers(TransientUpload); }
+    void releaseDownloadBuffers() { release_buffers(TransientDownload); }
+    void releaseUniformBuffers() { release_buffers(TransientUniform); }
+    /// Transient memory of this frame; empty if the kind's limit is reached or memory ran out.
+    Transient getUploadBuffer(uint64_t alignment, uint64_t size) {
+        return get_buffer(TransientUpload, alignment, size);
+    }
+    Transient getDownloadBuffer(uint64_t alignment, uint64_t size) {
+        return get_buffer(TransientDownload, alignment, size);
+    }
+    Transient getUniformBuffer(uint64_t alignment, uint64_t size) {
+        return get_buffer(TransientUniform, alignment, size);
+    }
+    /// Makes the device's writes to transient memory visible to the host, after a wait.
+    bool invalidateTransient(const Transient &transient);
+
+    /// Destruction when the frame's fence has passed. Null handles are fine.
+#define VK_RELEASE_METHOD(TYPE, NAME, LIST, FUNCTION)                                                                  \
+    void release##NAME(TYPE handle) {                                                                                  \
+        if(handle) frame->LIST.append(handle);                                                                         \
+    }
+    VK_RELEASE_LIST(VK_RELEASE_METHOD)
+#undef VK_RELEASE_METHOD
+    /// The same for memory; \p memory is empty afterwards.
+    void releaseMemory(VK::MemoryPtr &memory) {
+        if(memory) frame->pointers.append(memory);
+        memory = VK::MemoryPtr();
+    }
+
+    VkDescriptorPool getDescriptorPool(bool next) { return frame->getDescriptorPool(next); }
+    /// Set that lasts until the frame is reset.
+    VkDescriptorSet allocateDescriptor(VkDescriptorSetLayout layout) { return frame->allocateDescriptor(layout); }
+
+    void addWaitSemaphore(VkSemaphore semaphore, VkPipelineStageFlags stage_mask);
+    void addSignalSemaphore(VkSemaphore semaphore);
+    void clearSemaphores();
+
+    /// All memory, or one buffer or image, from one access to another.
+    void barrier(VkPipelineStageFlags src_stages, VkPipelineStageFlags dest_stages, VkAccessFlags src_access,
+                 VkAccessFlags dest_access);
+    void barrier(VkBuffer buffer, uint64_t offset, uint64_t size, VkAccessFlags src_access, VkAccessFlags dest_access);
+    void barrier(VkImage image, const VkImageSubresourceRange &range, VkImageLayout old_layout,
+                 VkImageLayout new_layout, VkAccessFlags src_access, VkAccessFlags dest_access,
+                 VkPipelineStageFlags src_stages, VkPipelineStageFlags dest_stages);
+    /// Records what was collected, if anything, and empties \p barriers.
+    void barrier(Barriers &barriers);
+    /// Stages that can do \p access on this context's queue.
+    VkPipelineStageFlags getStages(VkAccessFlags access) const;
+
+private:
+    struct Ring {
+        Array<Buffer *> buffers; // free ones
+        Buffer *buffer = nullptr;
+        uint64_t usage = 0;        // bytes of all buffers of this kind
+        uint64_t reserve_size = 0; // bytes of a new buffer, at least
+        VkBufferUsageFlags flags = 0;
+        uint32_t memory_type = 0;
+    };
+
+    bool reserve_buffers(TransientType type, uint64_t size);
+    void release_buffers(TransientType type);
+    Transient get_buffer(TransientType type, uint64_t alignment, uint64_t size);
+    void recycle_buffers();
+    void flush_transients();
+    void select_memory();
+    void invalidate_listeners(bool lost);
+    void change_command() { epoch++; }
+
+    VKAdapter *adapter = nullptr;
+    VkDevice device = VK_NULL_HANDLE;
+    uint32_t queue_family = 0;
+    uint32_t queue_index = 0;
+    VkQueueFlags queue_flags = 0;
+    VkQueue queue = VK_NULL_HANDLE;
+    SpinLock *queue_lock = nullptr;
+    VkPipelineStageFlags shader_stages = 0; // all stages of this queue that run shaders
+    bool primary = true;
+    Array<Frame *> frames;
+    Frame *frame = nullptr;
+    uint32_t index = 0;
+    uint64_t epoch = 1;
+    Ring rings[NumTransientTypes];
+    Listener *listeners = nullptr;
+};
+
+} // namespace Kolm

@@ -1,0 +1,378 @@
+#include "VKAdapter.h"
+
+#include "KolmLog.h"
+
+namespace Kolm {
+
+VKAdapter::VKAdapter(const VkPhysicalDevice *devices, uint32_t num) {
+    KOLM_ASSERT(num && num <= MaxDevices && "VKAdapter::VKAdapter(): invalid number of devices");
+    for(uint32_t i = 0; i < num; i++) adapters[i] = devices[i];
+    adapter_count = num;
+    adapter_properties = new Properties();
+    load_properties();
+}
+
+VKAdapter::~VKAdapter() {
+    release();
+    delete adapter_properties;
+}
+
+// Version, extensions and all records, which are read before any device exists: the choice of an adapter needs them.
+void VKAdapter::load_properties() {
+    Properties &p = *adapter_properties;
+    vkGetPhysicalDeviceProperties(adapters[0], &p.properties);
+    vkGetPhysicalDeviceFeatures(adapters[0], &p.features);
+    vkGetPhysicalDeviceMemoryProperties(adapters[0], &p.memory);
+    api_version = min(p.properties.apiVersion, VK::getVersion());
+    has_physical_device_properties2 = (vkGetPhysicalDeviceProperties2 && vkGetPhysicalDeviceFeatures2);
+    if(!load_extensions()) return;
+    load_flags(api_version);
+    load_limits();
+    if(!has_physical_device_properties2) return;
+
+    VkPhysicalDeviceFeatures2 features = {VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_FEATURES_2, chain_features()};
+    vkGetPhysicalDeviceFeatures2(adapters[0], &features);
+    p.features = features.features;
+
+    VkPhysicalDeviceProperties2 properties = {VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_PROPERTIES_2};
+#define VK_PROPERTIES(NAME, RECORD, TYPE, CONDITION)                                                                   \
+    p.member##NAME = {};                                                                                               \
+    if(CONDITION) {                                                                                                    \
+        p.member##NAME.sType = TYPE;                                                                                   \
+        p.member##NAME.pNext = properties.pNext;                                                                       \
+        properties.pNext = &p.member##NAME;                                                                            \
+    }
+#include "VKFeatures.inc"
+    vkGetPhysicalDeviceProperties2(adapters[0], &properties);
+}
+
+bool VKAdapter::load_extensions() {
+    uint32_t num = 0;
+    if(VK::error(vkEnumerateDeviceExtensionProperties(adapters[0], nullptr, &num, nullptr))) {
+        Log::printf(Log::Error, "VKAdapter::create(): can't get device extensions count\n");
+        return false;
+    }
+    Array<VkExtensionProperties> properties(num);
+    if(VK::error(vkEnumerateDeviceExtensionProperties(adapters[0], nullptr, &num, properties.get()))) {
+        Log::printf(Log::Error, "VKAdapter::create(): can't get device extensions\n");
+        return false;
+    }
+    device_extensions = " ";
+    for(uint32_t i = 0; i < num; i++) {
+        const char *name = properties[i].extensionName;
+        device_extensions += (strncmp(name, "VK_", 3) == 0) ? name + 3 : name;
+        device_extensions += " ";
+    }
+    return true;
+}
+
+void VKAdapter::load_flags(uint32_t core_version) {
+#define VK_EXTENSION(NAME, FLAG, CORE) FLAG = checkExtension(NAME) || ((CORE) && core_version >= uint32_t(CORE));
+#include "VKExtensions.inc"
+    // The marker extension is the fallback for debug utils and can't be enabled beside them.
+    if(VK::hasDebugUtils()) has_debug_marker_ext = false;
+}
+
+// Links all feature records whose condition holds and returns the first.
+void *VKAdapter::chain_features() {
+    Properties &p = *adapter_properties;
+    void *next = nullptr;
+#define VK_FEATURES(NAME, RECORD, TYPE, CONDITION)                                                                     \
+    if(CONDITION) {                                                                                                    \
+        p.member##NAME.sType = TYPE;                                                                                   \
+        p.member##NAME.pNext = next;                                                                                   \
+        next = &p.member##NAME;                                                                                        \
+    }
+#include "VKFeatures.inc"
+    return next;
+}
+
+// Features that cost speed or that only debuggers use.
+void VKAdapter::disable_features(VkPhysicalDeviceFeatures &features) {
+    Properties &p = *adapter_properties;
+    features.robustBufferAccess = VK_FALSE;
+    p.memberBufferDeviceAddressFeatures.bufferDeviceAddressCaptureReplay = VK_FALSE;
+    p.memberBufferDeviceAddressFeatures.bufferDeviceAddressMultiDevice = VK_FALSE;
+    p.memberAccelerationStructureFeatures.accelerationStructureCaptureReplay = VK_FALSE;
+    p.memberRayTracingPipelineFeatures.rayTracingPipelineShaderGroupHandleCaptureReplay = VK_FALSE;
+    p.memberRayTracingPipelineFeatures.rayTracingPipelineShaderGroupHandleCaptureReplayMixed = VK_FALSE;
+    // Both need features of extensions that nothing here uses.
+    p.memberMeshShaderFeatures.multiviewMeshShader = VK_FALSE;
+    p.memberMeshShaderFeatures.primitiveFragmentShadingRateMeshShader = VK_FALSE;
+}
+
+VKAdapter::QueueChoice VKAdapter::selectQueues(const VkQueueFamilyProperties *families, uint32_t num) {
+    QueueChoice choice;
+    for(uint32_t i = 0; i < num; i++) {
+        const VkQueueFlags flags = families[i].queueFlags;
+        if((flags & VK_QUEUE_GRAPHICS_BIT) && choice.graphics_family == NotFound) choice.graphics_family = i;
+        if(flags & VK_QUEUE_COMPUTE_BIT) {
+            if(choice.compute_family == NotFound || choice.compute_family == choice.graphics_family)
+                choice.compute_family = i;
+        }
+        if(flags & VK_QUEUE_TRANSFER_BIT) {
+            if(choice.copy_family == NotFound || choice.copy_family == choice.graphics_family ||
+               choice.copy_family == choice.compute_family)
+                choice.copy_family = i;
+        }
+    }
+    const auto get_count = [&](uint32_t family) { return (family == NotFound) ? 0 : families[family].queueCount; };
+    const uint32_t num_graphics = get_count(choice.graphics_family);
+    if(num_graphics) choice.graphics_index = 0;
+    if(get_count(choice.compute_family)) {
+        const bool shared = (choice.compute_family == choice.graphics_family);
+        choice.compute_index = (shared && num_graphics >= 2) ? 1 : 0;
+    }
+    if(const uint32_t num_copy = get_count(choice.copy_family)) {
+        const bool shared =
+            (choice.copy_family == choice.graphics_family || choice.copy_family == choice.compute_family);
+        choice.copy_index = shared ? min(num_copy - 1, 2u) : 0;
+    }
+    return choice;
+}
+
+void VKAdapter::load_queues() {
+    VkQueueFamilyProperties families[32];
+    uint32_t num = array_size(families);
+    vkGetPhysicalDeviceQueueFamilyProperties(adapters[0], &num, families);
+    const QueueChoice choice = selectQueues(families, num);
+    graphics_family = choice.graphics_family;
+    graphics_index = choice.graphics_index;
+    compute_family = choice.compute_family;
+    compute_index = choice.compute_index;
+    copy_family = choice.copy_family;
+    copy_index = choice.copy_index;
+    queues.clear();
+    for(uint32_t i = 0; i < num; i++) {
+        Queue queue;
+        queue.flags = families[i].queueFlags;
+        queue.family = i;
+        queues.append(queue);
+    }
+}
+
+bool VKAdapter::create() {
+    KOLM_ASSERT(!isCreated() && "VKAdapter::create(): is already created");
+    if(device_extensions.empty() && !load_extensions()) return false;
+    load_queues();
+    if(graphics_family == NotFound) {
+        Log::printf(Log::Error, "VKAdapter::create(): can't find graphics queue family\n");
+        return false;
+    }
+    if(graphics_index == NotFound) {
+        Log::printf(Log::Error, "VKAdapter::create(): can't find graphics queue index\n");
+        return false;
+    }
+
+    // Every distinct family once, with as many queues as the highest index needs.
+    const float32_t priorities[3] = {1.0f, 1.0f, 1.0f};
+    VkDeviceQueueCreateInfo queue_infos[3] = {};
+    uint32_t num_queue_infos = 0;
+    const uint32_t wanted[3][2] = {
+        {graphics_family, graphics_index}, {compute_family, compute_index}, {copy_family, copy_index}};
+    for(const auto &pair : wanted) {
+        if(pair[0] == NotFound || pair[1] == NotFound) continue;
+        uint32_t i = 0;
+        while(i < num_queue_infos && queue_infos[i].queueFamilyIndex != pair[0]) i++;
+        VkDeviceQueueCreateInfo &info = queue_infos[i];
+        num_queue_infos = max(num_queue_infos, i + 1);
+        info.sType = VK_STRUCTURE_TYPE_DEVICE_QUEUE_CREATE_INFO;
+        info.queueFamilyIndex = pair[0];
+        info.queueCount = max(info.queueCount, pair[1] + 1);
+        info.pQueuePriorities = priorities;
+    }
+
+    Array<String> names;
+#define VK_EXTENSION(NAME, FLAG, CORE)                                                                                 \
+    if(FLAG && checkExtension(NAME)) names.append(String("VK_" NAME));
+#include "VKExtensions.inc"
+    names.append(VK::adapter_extensions);
+    Array<const char *> name_ptrs;
+    for(uint32_t i = 0; i < names.size(); i++) name_ptrs.append(names[i].get());
+
+    VkPhysicalDeviceFeatures2 features = {VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_FEATURES_2};
+    features.features = getFeatures();
+    disable_features(features.features);
+
+    VkDeviceCreateInfo info = {VK_STRUCTURE_TYPE_DEVICE_CREATE_INFO};
+    info.queueCreateInfoCount = num_queue_infos;
+    info.pQueueCreateInfos = queue_infos;
+    info.enabledExtensionCount = name_ptrs.size();
+    info.ppEnabledExtensionNames = name_ptrs.get();
+    if(has_physical_device_properties2) {
+        features.pNext = chain_features();
+        info.pNext = &features;
+    } else {
+        info.pEnabledFeatures = &features.features;
+    }
+    VkDeviceGroupDeviceCreateInfo group = {VK_STRUCTURE_TYPE_DEVICE_GROUP_DEVICE_CREATE_INFO};
+    if(adapter_count > 1) {
+        group.physicalDeviceCount = adapter_count;
+        group.pPhysicalDevices = adapters;
+        group.pNext = info.pNext;
+        info.pNext = &group;
+    }
+    for(uint32_t i = 0; i < VK::adapter_features.size(); i++) {
+        VkBaseOutStructure *record = static_cast<VkBaseOutStructure *>(VK::adapter_features[i]);
+        record->pNext = static_cast<VkBaseOutStructure *>(const_cast<void *>(info.pNext));
+        info.pNext = record;
+    }
+
+    VkDevice new_device = VK_NULL_HANDLE;
+    if(VK::error(vkCreateDevice(adapters[0], &info, nullptr, &new_device))) {
+        Log::printf(Log::Error, "VKAdapter::create(): can't create Vulkan device\n");
+        return false;
+    }
+    is_owner = true;
+    if(create(new_device, graphics_family, graphics_index)) {
+        is_owner = true;
+        return true;
+    }
+    vkDestroyDevice(new_device, nullptr);
+    return false;
+}
+
+bool VKAdapter::create(VkDevice dev, uint32_t family, uint32_t index) {
+    KOLM_ASSERT(dev && "VKAdapter::create(): device is null");
+    KOLM_ASSERT(!isCreated() && "VKAdapter::create(): is already created");
+    device = dev;
+    is_owner = false;
+    if(queues.empty()) {
+        // A caller's device: its queues are not known beyond the one that was named.
+        load_queues();
+        graphics_family = compute_family = copy_family = family;
+        graphics_index = compute_index = copy_index = index;
+    }
+    if(!load_functions()) {
+        device = VK_NULL_HANDLE;
+        return false;
+    }
+    create_memory();
+    is_created = true;
+    return true;
+}
+
+bool VKAdapter::load_functions() {
+    const struct {
+        const char *name;
+        void **func;
+        bool optional;
+    } functions[] = {
+#define VK_DEVICE(NAME) {#NAME, reinterpret_cast<void **>(&NAME), false},
+#define VK_DEVICE_OPTIONAL(NAME) {#NAME, reinterpret_cast<void **>(&NAME), true},
+#include "VKFunctions.inc"
+    };
+    for(const auto &function : functions) {
+        const PFN_vkVoidFunction ptr = VK::findFunction(device, vkGetDeviceProcAddr, function.name);
+        *function.func = reinterpret_cast<void *>(ptr);
+        if(ptr == nullptr && !function.optional) {
+            Log::printf(Log::Error, "VKAdapter::create(): can't find \"%s\" function\n", function.name);
+            return false;
+        }
+    }
+    return true;
+}
+
+void VKAdapter::load_limits() {
+    const VkPhysicalDeviceLimits &limits = getLimits();
+    const VkSampleCountFlags samples = limits.framebufferColorSampleCounts & limits.framebufferDepthSampleCounts;
+    max_texture_samples = 1;
+    for(uint32_t i = 2; i <= 8; i *= 2) {
+        if(samples & i) max_texture_samples = i;
+    }
+    texel_alignment = uint32_t(max(limits.minTexelBufferOffsetAlignment, VkDeviceSize(1)));
+    uniform_alignment = uint32_t(max(limits.minUniformBufferOffsetAlignment, VkDeviceSize(1)));
+    storage_alignment = uint32_t(max(limits.minStorageBufferOffsetAlignment, VkDeviceSize(1)));
+    max_dynamic_uniforms = limits.maxDescriptorSetUniformBuffersDynamic;
+    max_dynamic_storages = limits.maxDescriptorSetStorageBuffersDynamic;
+    video_memory = 0;
+    const VkPhysicalDeviceMemoryProperties &memory = getMemoryProperties();
+    for(uint32_t i = 0; i < memory.memoryHeapCount; i++) {
+        if(memory.memoryHeaps[i].flags & VK_MEMORY_HEAP_DEVICE_LOCAL_BIT) video_memory += memory.memoryHeaps[i].size;
+    }
+}
+
+void VKAdapter::release() {
+    if(!isCreated()) return;
+    for(uint32_t i = 0; i < getMemoryProperties().memoryTypeCount; i++) {
+        small_memory[i].release(this, "small");
+        large_memory[i].release(this, "large");
+        pool_memory[i].release(this);
+    }
+    if(is_owner) vkDestroyDevice(device, nullptr);
+    device = VK_NULL_HANDLE;
+    is_created = false;
+    queues.release();
+}
+
+bool VKAdapter::checkExtension(const char *name) const { return VK::checkName(device_extensions, name); }
+
+bool VKAdapter::checkFormatFeatures(VkFormat format, VkFormatFeatureFlags flags) const {
+    VkFormatProperties properties = {};
+    vkGetPhysicalDeviceFormatProperties(adapters[0], format, &properties);
+    return properties.optimalTilingFeatures && (properties.optimalTilingFeatures & flags) == flags;
+}
+
+String VKAdapter::getName() const { return String(getProperties().deviceName); }
+
+String VKAdapter::getVendor() const { return getVendorName(getProperties().vendorID); }
+
+String VKAdapter::getDriverVersion() const { return getVersionName(getProperties().driverVersion); }
+
+String VKAdapter::getVendorName(uint32_t vendor_id) {
+    static constexpr struct {
+        uint32_t vendor_id;
+        const char *name;
+    } vendors[] = {{0x1002, "AMD"}, {0x10DE, "Nvidia"}, {0x8086, "Intel"}, {0x5143, "Qualcomm"}};
+    for(const auto &vendor : vendors) {
+        if(vendor.vendor_id == vendor_id) return String(vendor.name);
+    }
+    return String::format("0x%04x", vendor_id);
+}
+
+String VKAdapter::getVersionName(uint32_t version) {
+    const uint32_t major = (version >> 22) & 0x7F;
+    const uint32_t minor = (version >> 12) & 0x3FF;
+    const uint32_t patch = version & 0xFFF;
+    if(version > 0x1FFFFFFF) return String::format("%u.%u.%u.%u", version >> 29, major, minor, patch);
+    if(major) return String::format("%u.%u.%u", major, minor, patch);
+    if(minor) return String::format("%u.%u", minor, patch);
+    if(patch) return String::format("%u", patch);
+    return String();
+}
+
+uint32_t VKAdapter::getCooperativeMatrixProperties(VkCooperativeMatrixPropertiesKHR *properties, uint32_t num) const {
+    if(!has_cooperative_matrix || vkGetPhysicalDeviceCooperativeMatrixPropertiesKHR == nullptr) return 0;
+    for(uint32_t i = 0; i < num; i++) {
+        properties[i] = {};
+        properties[i].sType = VK_STRUCTURE_TYPE_COOPERATIVE_MATRIX_PROPERTIES_KHR;
+    }
+    uint32_t count = num;
+    if(VK::error(vkGetPhysicalDeviceCooperativeMatrixPropertiesKHR(adapters[0], &count, num ? properties : nullptr)))
+        return 0;
+    return count;
+}
+
+SpinLock &VKAdapter::getQueueLock(uint32_t family, uint32_t index) {
+    AtomicLock atomic(queue_lock);
+    for(uint32_t i = 0; i < num_queue_locks; i++) {
+        if(queue_locks[i].family == family && queue_locks[i].index == index) return queue_locks[i].lock;
+    }
+    // More queues than locks share the last one, which is slow and right.
+    if(num_queue_locks == array_size(queue_locks)) return queue_locks[num_queue_locks - 1].lock;
+    QueueLock &lock = queue_locks[num_queue_locks++];
+    lock.family = family;
+    lock.index = index;
+    return lock.lock;
+}
+
+void VKAdapter::setObjectName(VkObjectType type, uint64_t handle, const char *name) const {
+    if(!VK::hasDebugUtils() || vkSetDebugUtilsObjectNameEXT == nullptr || handle == 0) return;
+    VkDebugUtilsObjectNameInfoEXT info = {VK_STRUCTURE_TYPE_DEBUG_UTILS_OBJECT_NAME_INFO_EXT};
+    info.objectType = type;
+    info.objectHandle = handle;
+    info.pObjectName = name;
+    VK::error(vkSetDebugUtilsObjectNameEXT(device, &info));
+}
+
+} // namespace Kolm

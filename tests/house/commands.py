@@ -1,0 +1,306 @@
+#!/usr/bin/env python3
+"""commands.py PROGRAM [--gpu] [--run PREFIX...]: the program as a shell user meets it.
+
+Exit codes, the one clear line of each failure, that failures write nothing, and pictures against values computed here.
+PREFIX is put before every command, for programs that run under an emulator.
+"""
+
+import json
+import os
+import pathlib
+import re
+import struct
+import subprocess
+import sys
+import tempfile
+import zlib
+
+args = sys.argv[1:]
+PREFIX = args[args.index("--run") + 1:] if "--run" in args else []
+PROGRAM = args[0]
+GPU = "--gpu" in args
+faults, checks = [], 0
+
+
+def ostrevan(*words, env=None, cwd=None):
+    return subprocess.run(PREFIX + [PROGRAM, *map(str, words)], capture_output=True, text=True, errors="replace",
+                          timeout=120, cwd=cwd, env={**os.environ, **(env or {})})
+
+
+def check(condition, what, run=None):
+    global checks
+    checks += 1
+    if not condition:
+        faults.append(what)
+        print("FAILED:", what)
+        if run is not None:
+            print(f"  rc {run.returncode}\n  stdout: {run.stdout[-500:]}\n  stderr: {run.stderr[-800:]}")
+
+
+# -- A PNG reader and writer of its own, so that pictures are judged by other code than the library's -------------------
+
+def read_png(path):
+    data = pathlib.Path(path).read_bytes()
+    assert data[:8] == b"\x89PNG\r\n\x1a\n", "no PNG"
+    pos, packed = 8, b""
+    while pos < len(data):
+        size, kind = struct.unpack(">I4s", data[pos:pos + 8])
+        body = data[pos + 8:pos + 8 + size]
+        assert zlib.crc32(kind + body) == struct.unpack(">I", data[pos + 8 + size:pos + 12 + size])[0], "bad CRC"
+        if kind == b"IHDR":
+            width, height, depth, color, _, _, interlace = struct.unpack(">IIBBBBB", body)
+        if kind == b"IDAT":
+            packed += body
+        pos += 12 + size
+    assert depth == 8 and interlace == 0 and color in (2, 6), "not 8 bits of RGB or RGBA"
+    step = 4 if color == 6 else 3
+    raw, rows, previous = zlib.decompress(packed), [], bytearray(width * step)
+    for y in range(height):
+        start = y * (width * step + 1)
+        kind, row = raw[start], bytearray(raw[start + 1:start + 1 + width * step])
+        for i in range(len(row)):
+            a = row[i - step] if i >= step else 0
+            b, c = previous[i], previous[i - step] if i >= step else 0
+            p = a + b - c
+            paeth = min((abs(p - a), 0, a), (abs(p - b), 1, b), (abs(p - c), 2, c))[2]
+            row[i] = (row[i] + (0, a, b, (a + b) // 2, paeth)[kind]) & 255
+        rows.append(row)
+        previous = row
+    alpha = (lambda row: row) if step == 4 else (lambda row: b"".join(bytes(row[i:i + 3]) + b"\xff" for i in range(0, len(row), 3)))
+    return width, height, b"".join(bytes(alpha(row)) for row in rows)
+
+
+def write_png(path, width, height, pixel):
+    raw = b"".join(b"\0" + b"".join(bytes(pixel(x, y)) for x in range(width)) for y in range(height))
+    chunk = lambda kind, body: struct.pack(">I", len(body)) + kind + body + struct.pack(">I", zlib.crc32(kind + body))
+    pathlib.Path(path).write_bytes(b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", struct.pack(">IIBBBBB", width, height, 8, 6, 0, 0, 0)) +
+                                   chunk(b"IDAT", zlib.compress(raw)) + chunk(b"IEND", b""))
+
+
+HEAD = """layout(local_size_x = 8, local_size_y = 8) in;
+layout(std140, binding = 0) uniform Parameters { uint width; uint height; uint frame; float time; };
+layout(std430, binding = 1) buffer Output { uint pixels[]; };
+layout(std430, binding = 2) readonly buffer Input { uint input_pixels[]; };
+void main() {
+    uvec2 id = gl_GlobalInvocationID.xy;
+    if(id.x >= width || id.y >= height) return;
+"""  # the body starts on line 8
+
+
+def compute(body):
+    return HEAD + body + "\n}\n"
+
+
+def usage_is_refused():
+    for words in ([], ["frobnicate"], ["shader"], ["shader", "a.comp", "--no-such-option"], ["shader", "a.comp", "-t", "pixel"],
+                  ["shader", "a.comp", "-o"], ["shader", "a.comp", "-D"], ["shader", "a.txt"], ["run"], ["run", "a.comp"],
+                  ["run", "a.comp", "-o"], ["run", "a.comp", "-o", "x.png", "-s", "0x5"], ["run", "a.comp", "-o", "x.png", "-s", "12"],
+                  ["run", "a.comp", "-o", "x.png", "-s", "9000x10"], ["run", "a.comp", "-o", "x.png", "--adapter", "one"],
+                  ["info", "extra"], ["info", "--wrong"]):
+        run = ostrevan(*words)
+        check(run.returncode == 2 and "--help" in run.stderr + run.stdout, f"usage {words}", run)
+    for words in (["--help"], ["info", "--help"], ["shader", "--help"], ["run", "--help"], ["--version"]):
+        run = ostrevan(*words)
+        check(run.returncode == 0 and len(run.stdout) > 40, f"help {words}", run)
+
+
+# Text of a compute shader and the line on which its fault stands.
+BAD = [
+    # preprocessor
+    ("unfinished #if", "#if 1\nvoid main() {}\n", 0), ("#else alone", "\n#else\nvoid main() {}\n", 2),
+    ("#endif alone", "\n\n#endif\nvoid main() {}\n", 3), ("#fatal", "\n\n\n#fatal stop here\nvoid main() {}\n", 4),
+    ("missing include", "\n#include \"no_such_file.h\"\nvoid main() {}\n", 2), ("bad #include", "#include file\nvoid main() {}\n", 1),
+    ("bad condition", "\n#if (1\n#endif\nvoid main() {}\n", 2), ("macro arguments", "#define F(a, b) a\n\nint x = F(1);\nvoid main() {}\n", 3),
+    ("macro without list", "#define F(a, b) a\n\nint x = F;\nvoid main() {}\n", 3), ("comment end", "void main() {}\n/* no end\n", 0),
+    # declarations
+    ("unknown type", "\nflot x;\nvoid main() {}\n", 2), ("missing semicolon", "int x\nvoid main() {}\n", 0),
+    ("constant without value", "\nconst int x;\nvoid main() {}\n", 2), ("redefined", "int x;\n\nint x;\nvoid main() {}\n", 3),
+    ("layout qualifier", "\nlayout(nonsense = 1) in;\nvoid main() {}\n", 0), ("two bodies", "void f() {}\n\nvoid f() {}\nvoid main() {}\n", 3),
+    ("unknown directive", "\n#frobnicate\nvoid main() {}\n", 0), ("array length", "int x[-1];\nvoid main() {}\n", 1),
+    # expressions and statements, all on line 8
+    ("unknown variable", compute("pixels[0] = nothing;"), 8), ("unknown function", compute("pixels[0] = nothing(1);"), 8),
+    ("swizzle of five", compute("vec4 v = vec4(1.0); v.xyzwx;"), 8), ("swizzle letters", compute("vec2 v = vec2(1.0); float f = v.z;"), 8),
+    ("no member", compute("vec4 v = vec4(1.0); v.foo = 1.0;"), 8), ("too many arguments", compute("vec2 v = vec2(1.0, 2.0, 3.0);"), 8),
+    ("not enough arguments", compute("vec4 v = vec4(1.0, 2.0);"), 8), ("break outside", compute("break;"), 8),
+    ("continue outside", compute("continue;"), 8), ("write to input", compute("input_pixels[0] = 1u;"), 8),
+    ("unbalanced parentheses", compute("pixels[0] = ((1u);"), 0), ("assign to a value", compute("1 = 2;"), 8),
+    ("operator", compute("mat2 m = mat2(1.0); m = m % m;"), 8), ("types", compute("mat3 m = mat3(1.0); vec2 v = m;"), 8),
+    ("return of a value", compute("return 5;"), 8), ("repeated case", compute("switch(id.x) { case 1: break; case 1: break; }"), 8),
+    ("attribute", compute("[[flatten]] for(int i = 0; i < 3; i++) {}"), 8), ("struct argument", "struct S { int a; };\n" + compute("S s = S(1, 2);"), 9),
+    ("discard", compute("discard;"), 8), ("recursion", "int f(int x) { return f(x - 1); }\n" + compute("pixels[0] = uint(f(3));"), 0),
+    ("no main", "int f(int x) { return x; }\n", 0), ("empty text", "", 0), ("binary", "\x01\x02\x7f{{{{", 0),
+    ("deep nesting", compute("pixels[0] = " + "(" * 100000 + "1u" + ")" * 100000 + ";"), 0),
+    ("local size", "layout(local_size_x = 0) in;\nvoid main() {}\n", 0),
+]
+
+
+def bad_shaders_fail_with_file_and_line(folder):
+    for name, text, line in BAD:
+        source, output = folder / "bad.comp", folder / "bad.spv"
+        source.write_text(text)
+        run = ostrevan("shader", source, "-o", output)
+        place = re.search(r"bad\.comp:(\d+)", run.stderr)
+        ok = run.returncode == 1 and run.stderr.strip() and not output.exists()
+        if line:
+            ok = ok and place and int(place.group(1)) == line
+        else:
+            ok = ok and "bad.comp" in run.stderr
+        check(ok, f"bad shader: {name} (line {line}, found {place and place.group(1)})", run)
+    (folder / "part.h").write_text("int a;\nint b = nothing;\nint c;\n")
+    (folder / "bad.comp").write_text("\n\n#include \"part.h\"\nvoid main() {}\n")
+    run = ostrevan("shader", folder / "bad.comp", "-o", folder / "bad.spv")
+    check(run.returncode == 1 and "part.h:2" in run.stderr, "fault in an include names the include", run)
+
+
+def shader_writes_words_and_text(folder):
+    source = folder / "good.comp"
+    source.write_text("#ifdef WIDE\n#define SIZE 64\n#else\n#define SIZE 8\n#endif\n#include \"inc.h\"\nlayout(local_size_x = SIZE) in;\n"
+                      "layout(std430, binding = 0) buffer B { uint b[]; };\nvoid main() { b[gl_GlobalInvocationID.x] = VALUE; }\n")
+    (folder / "include").mkdir()
+    (folder / "include" / "inc.h").write_text("#define VALUE 7u\n")
+    run = ostrevan("shader", source, "-I", folder / "include", "-D", "WIDE", "-o", folder / "good.spv")
+    words = (folder / "good.spv").read_bytes() if (folder / "good.spv").exists() else b""
+    check(run.returncode == 0 and words[:4] == b"\x03\x02\x23\x07" and len(words) % 4 == 0, "shader -I -D -o", run)
+    # OpExecutionMode %main LocalSize 64 1 1
+    check(struct.pack("<4I", 17, 64, 1, 1) in words, "the macro of -D reaches the work-group size")
+    again = folder / "again.spv"
+    ostrevan("shader", source, "-I", folder / "include", "-D", "WIDE", "-o", again)
+    check(again.exists() and again.read_bytes() == words, "two runs give the same bytes")
+    run = ostrevan("shader", source, "-I", folder / "include", "-E")
+    check(run.returncode == 0 and "local_size_x = 8" in run.stdout and "= 7u" in run.stdout, "shader -E", run)
+    run = ostrevan("shader", source, "-I", folder / "include", "-t", "vertex", "-o", folder / "vertex.spv")
+    check(run.returncode in (0, 1), "shader -t", run)
+    run = ostrevan("shader", folder / "absent.comp")
+    check(run.returncode == 1 and "absent.comp" in run.stderr, "absent file", run)
+    run = ostrevan("shader", source, "-I", folder / "include", "-o", folder / "no" / "such" / "folder.spv")
+    check(run.returncode == 1 and "folder.spv" in run.stderr, "unwritable output", run)
+
+
+def works_without_the_loader(folder):
+    hidden = folder / "hidden"
+    hidden.mkdir()
+    for name in ("libvulkan.so", "libvulkan.so.1"):
+        (hidden / name).write_bytes(b"")  # stands before the real one and cannot be opened
+    env = {"LD_LIBRARY_PATH": str(hidden), "DISPLAY": ""}
+    (folder / "x.comp").write_text(compute("pixels[id.y * width + id.x] = id.x;"))
+    run = ostrevan("shader", folder / "x.comp", "-o", folder / "x.spv", env=env)
+    check(run.returncode == 0, "shader without a Vulkan loader", run)
+    run = ostrevan("run", folder / "x.comp", "-o", folder / "x.png", env=env)
+    check(run.returncode == 1 and "libvulkan" in run.stderr and not (folder / "x.png").exists(), "run without a Vulkan loader", run)
+    run = ostrevan("info", env=env)
+    check(run.returncode in (0, 1) and "libvulkan" in run.stderr + run.stdout, "info without a Vulkan loader", run)
+
+
+PICTURES = [  # body, and the value of a pixel as 32 bits
+    ("gradient", "pixels[id.y * width + id.x] = 0xFF000000u | id.x | (id.y << 8);", lambda x, y, w, h: 0xFF000000 | (x & 255) | ((y & 255) << 8)),
+    ("hash", "uint h = (id.x * 374761393u + id.y * 668265263u) ^ 0x9E3779B9u;\nfor(int i = 0; i < 3; i++) { h ^= h >> 15; h *= 2246822519u; }\n"
+             "pixels[id.y * width + id.x] = h | 0xFF000000u;", None),
+    ("triangle", "pixels[id.y * width + id.x] = ((id.x & id.y) == 0u) ? 0xFFFFFFFFu : 0xFF000000u;",
+     lambda x, y, w, h: 0xFFFFFFFF if (x & y) == 0 else 0xFF000000),
+]
+
+
+def hash_pixel(x, y, w, h):
+    m = 0xFFFFFFFF
+    v = ((x * 374761393 + y * 668265263) & m) ^ 0x9E3779B9
+    for _ in range(3):
+        v ^= v >> 15
+        v = (v * 2246822519) & m
+    return v | 0xFF000000
+
+
+def pictures_equal_the_reference(folder):
+    for name, body, value in PICTURES:
+        value = value or hash_pixel
+        for width, height in ((64, 48), (1, 1), (251, 3)):
+            shader, output = folder / "p.comp", folder / f"{name}.png"
+            shader.write_text(compute(body))
+            run = ostrevan("run", shader, "-o", output, "-s", f"{width}x{height}")
+            if run.returncode:
+                check(False, f"run {name} {width}x{height}", run)
+                continue
+            w, h, data = read_png(output)
+            expected = b"".join(struct.pack("<I", value(x, y, width, height)) for y in range(height) for x in range(width))
+            check((w, h) == (width, height) and data == expected, f"picture {name} {width}x{height}", run)
+    # float shader within 1/255, default size
+    (folder / "f.comp").write_text(compute("vec2 p = vec2(id) / vec2(width, height);\n"
+                                           "pixels[id.y * width + id.x] = packUnorm4x8(vec4(p, 0.5 + 0.5 * sin(p.x * 6.0), 1.0));"))
+    run = ostrevan("run", folder / "f.comp", "-o", folder / "f.png", "-D", "UNUSED=3")
+    check(run.returncode == 0, "run with the default size", run)
+    if run.returncode == 0:
+        import math
+        w, h, data = read_png(folder / "f.png")
+        worst = 0
+        for y in range(0, h, 37):
+            for x in range(0, w, 29):
+                px = data[(y * w + x) * 4:][:4]
+                ref = (x / w * 255, y / h * 255, (0.5 + 0.5 * math.sin(x / w * 6)) * 255, 255)
+                worst = max(worst, max(abs(a - b) for a, b in zip(px, ref)))
+        check((w, h) == (512, 512) and worst <= 1.0, f"float picture, worst difference {worst:.3f}")
+    # input picture: size taken over, rows from the top, R in the low byte
+    write_png(folder / "in.png", 37, 21, lambda x, y: (x * 5, y * 9, x ^ y, 255 - x))
+    (folder / "i.comp").write_text(compute("uint v = input_pixels[(height - 1u - id.y) * width + id.x];\n"
+                                           "pixels[id.y * width + id.x] = (v & 0xFF00FF00u) | ((v >> 16) & 0xFFu) | ((v & 0xFFu) << 16);"))
+    run = ostrevan("run", folder / "i.comp", "-i", folder / "in.png", "-o", folder / "o.png")
+    check(run.returncode == 0, "run with an input", run)
+    if run.returncode == 0:
+        w, h, data = read_png(folder / "o.png")
+        expected = b"".join(bytes((x ^ (20 - y), (20 - y) * 9, x * 5, 255 - x)) for y in range(21) for x in range(37))
+        check((w, h, data) == (37, 21, expected), "picture from an input")
+
+
+def failures_of_run(folder):
+    (folder / "ok.comp").write_text(compute("pixels[id.y * width + id.x] = 1u;"))
+    whole = folder / "whole.png"
+    write_png(whole, 16, 16, lambda x, y: (x, y, 0, 255))
+    (folder / "cut.png").write_bytes(whole.read_bytes()[:60])
+    (folder / "text.png").write_text("no picture")
+    rows = [
+        ("shader with a fault", ["bad.comp"], {}, "bad.comp"),
+        ("absent shader", ["none.comp"], {}, "none.comp"),
+        ("truncated picture", ["ok.comp", "-i", "cut.png"], {}, "cut.png"),
+        ("no picture", ["ok.comp", "-i", "text.png"], {}, "text.png"),
+        ("absent picture", ["ok.comp", "-i", "none.png"], {}, "none.png"),
+        ("wrong adapter", ["ok.comp", "--adapter", "77"], {}, "adapter"),
+        ("missing driver", ["ok.comp"], {"VK_DRIVER_FILES": "/none.json", "VK_ICD_FILENAMES": "/none.json"}, ""),
+    ]
+    (folder / "bad.comp").write_text(compute("nonsense"))
+    for name, words, env, text in rows:
+        output = folder / "never.png"
+        run = ostrevan("run", *words, "-o", output, env=env, cwd=folder)
+        check(run.returncode == 1 and run.stderr.strip() and text in run.stderr and not output.exists(), name, run)
+    run = ostrevan("run", folder / "ok.comp", "-o", folder / "no" / "folder.png")
+    check(run.returncode == 1 and "folder.png" in run.stderr, "unwritable picture", run)
+
+
+def info_tells_the_adapters():
+    run = ostrevan("info")
+    check(run.returncode == 0 and "version" in run.stdout.lower(), "info", run)
+    run = ostrevan("info", "--json")
+    try:
+        record = json.loads(run.stdout)
+        check(record["adapters"] and record["adapters"][0]["name"] and record["adapters"][0]["features"], "info --json", run)
+    except (ValueError, KeyError, IndexError, TypeError) as error:
+        check(False, f"info --json: {error!r}", run)
+
+
+with tempfile.TemporaryDirectory() as name:
+    root = pathlib.Path(name)
+    folders = (root / str(i) for i in range(99))
+
+    def folder():
+        path = next(folders)
+        path.mkdir()
+        return path
+
+    usage_is_refused()
+    bad_shaders_fail_with_file_and_line(folder())
+    shader_writes_words_and_text(folder())
+    if not PREFIX:
+        works_without_the_loader(folder())
+    if GPU:
+        info_tells_the_adapters()
+        pictures_equal_the_reference(folder())
+        failures_of_run(folder())
+print(f"{checks} checks, {len(faults)} faults")
+sys.exit(1 if faults else 0)
