@@ -236,6 +236,8 @@ public:
         String name;                  // empty for the variable of a nameless block
         String type;                  // internal name; may carry a stride ("f32@16"), see KolmCompilerLayout.cpp
         String value;                 // of a named constant, as text
+        uint32_t constant = ~0u;      // of a named constant: index in `named_constants`
+        uint32_t initializer = ~0u;   // id of the constant with which a global starts
         uint32_t index = ~0u;         // in `variables`
         uint32_t target = ~0u;        // id of the variable; a named constant has none in the module
         uint32_t length = ~0u;        // array length, 0 unsized, ~0 no array; further dimensions stand in `type`
@@ -244,6 +246,7 @@ public:
         uint32_t function = ~0u;      // index of the function whose local it is
         uint32_t argument = ~0u;      // index of the parameter that it stands for by pointer
         uint32_t member = ~0u;        // position in its structure
+        bool explicit_major = false;  // a member that says itself how its matrix lies
         uint32_t type_target = ~0u;   // id of its type with the length, once it is known
         SmallMap decorations;         // decoration to value, ~0 for one without; 22 marks a constant
         const Scope *scope = nullptr; // last scope from which it was seen
@@ -566,8 +569,7 @@ private:
     void parse_members(const char *&s, Structure &structure, const Qualifiers &block);
     void parse_block(const char *&s, const String &name, Qualifiers &qualifiers);
     bool parse_prototype(const char *&s, const String &type, const String &name, const Qualifiers &qualifiers);
-    void parse_declarators(const char *&s, const String &type, const Array<uint32_t> &lengths,
-                           Qualifiers &qualifiers);
+    void parse_declarators(const char *&s, const String &type, const Array<uint32_t> &lengths, Qualifiers &qualifiers);
     void parse_redeclaration(const char *&s, const Qualifiers &qualifiers);
     void parse_initializer(const char *&s, Variable &variable, bool constant);
     Variable &add_global(const String &name, const String &type, uint32_t length, const Qualifiers &qualifiers);
@@ -707,11 +709,11 @@ private:
     uint32_t group_size[3] = {1, 1, 0}; // the last is 0 until a size is declared
     uint32_t source_profile = 0;        // operands of OpSource
     uint32_t source_version = 0;
-    const char *source = nullptr;      // the whole text, for offsets
-    uint32_t *source_offset = nullptr; // where compileGLSL reports the position
-    bool internal_text = false;    // reading a line of add_builtin
+    const char *source = nullptr;       // the whole text, for offsets
+    uint32_t *source_offset = nullptr;  // where compileGLSL reports the position
+    bool internal_text = false;         // reading a line of add_builtin
     bool explicit_barycentrics = false; // a built-in that only an extension declares
-    uint32_t depth = 0;                // of the recursion through the parsers, see Depth
+    uint32_t depth = 0;                 // of the recursion through the parsers, see Depth
 
     // Symbols.
     Scope global;
@@ -734,10 +736,10 @@ private:
     TargetMap<uint32_t> constant_indices; // id to index in constants
     StableArray<Constant> constants;
     StableArray<Constant> named_constants; // values of constant variables
-    Array<uint32_t> constant_slots; // hash table of constant ids
-    Array<uint32_t> array_types;    // ids of array types, in order of their making
-    Array<uint32_t> array_strides;  // of each in bytes, ~0 for none
-    TargetMap<uint32_t> pointer_types; // id of a pointer type to its storage class
+    Array<uint32_t> constant_slots;        // hash table of constant ids
+    Array<uint32_t> array_types;           // ids of array types, in order of their making
+    Array<uint32_t> array_strides;         // of each in bytes, ~0 for none
+    TargetMap<uint32_t> pointer_types;     // id of a pointer type to its storage class
     TargetMap<SmallMap> target_decorations;
     TargetMap<Tensor> tensors;
     uint32_t flag_targets[256] = {}; // id of a numeric type by a code of its flags, 0 unset
