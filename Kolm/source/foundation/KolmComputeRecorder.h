@@ -92,9 +92,11 @@ protected:
     struct Slot {
         Buffer *buffer = nullptr; // null for transient memory
         uint64_t handle = 0;      // the transient buffer, 0 for a buffer object
-        size_t offset = 0;        // bytes from the buffer's start
-        size_t size = 0;          // bytes of the range
-        bool rest = false;        // the range goes to the buffer's end: its size follows the offset
+        size_t base = 0;          // where the slot's memory begins in the buffer: 0 for a buffer object
+        size_t total = 0;         // bytes of the slot's memory
+        size_t offset = 0;        // bytes from the buffer's start, base included
+        size_t size = 0;          // bytes of the range that is bound
+        bool rest = false;        // the range goes to the end of the memory: its size follows the offset
 
         bool isSet() const { return (buffer || handle); }
     };
@@ -126,22 +128,26 @@ protected:
     Buffer *texels[Kernel::NumTexels] = {};
     Slot indirect;
     uint32_t update_mask = UpdateAll;
-    bool conditional = false; // between beginConditional() and endConditional()
+    bool is_conditional = false; // between beginConditional() and endConditional()
 
 private:
-    struct SlotKind;
-    static const SlotKind uniform_kind;
-    static const SlotKind storage_kind;
+    struct SlotKind; // what differs between the kinds of slots
 
     [[noreturn]] void fail(const char *method, const char *format, ...) const KOLM_PRINTF(3, 4);
     void check_kernel(const char *method) const;
-    void check_buffer(const char *method, const Buffer *buffer) const;
-    void check_index(const SlotKind &kind, const char *method, uint32_t index, uint32_t num) const;
-    void check_range(const SlotKind &kind, const char *method, const Buffer *buffer, size_t offset, size_t size) const;
-    void *get_data(const SlotKind &kind, Slot *slots, uint32_t index, size_t size);
-    void set_buffer(const SlotKind &kind, Slot *slots, const char *method, uint32_t index, Buffer *buffer,
-                    size_t offset, size_t size);
-    void set_offset(const SlotKind &kind, Slot *slots, uint32_t index, size_t offset, bool relative);
+    void check_created(const char *method, const Buffer *buffer) const;
+    void check_flag(const char *method, const Buffer *buffer, Buffer::Flags flag) const;
+    SlotKind get_uniform_kind();
+    SlotKind get_storage_kind();
+    SlotKind get_indirect_kind();
+    Slot &get_slot(const SlotKind &kind, const char *method, uint32_t index);
+    void *get_data(const SlotKind &kind, const char *method, uint32_t index, size_t size);
+    void set_buffer(const SlotKind &kind, const char *method, uint32_t index, Buffer *buffer, size_t offset,
+                    size_t size);
+    void set_buffers(const SlotKind &kind, const char *method, uint32_t index, Buffer **buffers, uint32_t num,
+                     const size_t *offsets);
+    void set_offset(const SlotKind &kind, const char *method, uint32_t index, size_t offset, bool relative);
+    void set_range(const SlotKind &kind, const char *method, uint32_t index, Slot &slot, size_t offset, size_t size);
     uint32_t get_groups(const char *name, uint32_t threads, uint32_t group_size) const;
     bool check_slots(const char *method) const;
 };

@@ -195,6 +195,8 @@ protected:
     uint16_t group_size[3] = {}; // threads; a backend sets it from the shader's module in create()
 
 private:
+    void set_defaults();
+    Shader *get_shader(const char *method);
     bool attach_shader(Shader *shader, bool loaded);
 };
 
