@@ -68,11 +68,12 @@ String Stream::gets(bool *status) {
     while(isAvailable()) {
         char buffer[chunk_size];
         const size_t size = read(buffer, sizeof(buffer));
-        if(size == 0 || ret.size() > max_string - size) {
+        const size_t length = ret.size() + size;
+        if(size && length <= max_string) ret.append(buffer, static_cast<uint32_t>(size));
+        if(size == 0 || ret.size() != length) {
             if(status) *status = false;
             break;
         }
-        ret.append(buffer, static_cast<uint32_t>(size));
     }
     return ret;
 }
@@ -140,11 +141,12 @@ bool Stream::read_string(String &dest, size_t size) {
     while(dest.size() < size) {
         char buffer[chunk_size];
         const size_t num = min(size - dest.size(), sizeof(buffer));
-        if(read(buffer, num) != num) {
+        const size_t length = dest.size() + num;
+        if(read(buffer, num) == num) dest.append(buffer, static_cast<uint32_t>(num));
+        if(dest.size() != length) {
             dest.clear();
             return false;
         }
-        dest.append(buffer, static_cast<uint32_t>(num));
     }
     return true;
 }

@@ -173,6 +173,7 @@ public:
         void setu64(uint32_t index, uint64_t value);
         void seti64(uint32_t index, int64_t value);
         void setb32(uint32_t index, bool value);
+        void set(uint32_t index, const Constant &constant, uint32_t from);
         /// Adds a value of another constant, converted to the format of this one.
         void append(const Constant &constant, uint32_t index);
         /// The same values in the format and bits of \p to.
@@ -226,10 +227,10 @@ public:
             type.clear();
             value.clear();
             index = target = length = storage = structure = function = argument = ~0u;
-            member = type_target = ~0u;
+            member = type_target = constant = initializer = ~0u;
             decorations.clear();
             scope = nullptr;
-            usage = false;
+            usage = explicit_major = false;
         }
 
         String name;                  // empty for the variable of a nameless block
@@ -262,7 +263,9 @@ public:
             decorations.clear();
             opcode_offset = opcode_size = 0;
             base = ~0u;
-            size = alignment = 0;
+            alignment = 0;
+            size = 0;
+            complete = memory = false;
             packing = PackingStd430;
             row_major = false;
             usage = false;
@@ -284,6 +287,8 @@ public:
         uint32_t alignment = 0; // bytes
         Packing packing = PackingStd430;
         bool row_major = false; // layout of matrix members that do not say otherwise
+        bool complete = false;  // its body was read
+        bool memory = false;    // its members have offsets
         bool usage = false;
     };
 
@@ -391,6 +396,8 @@ public:
 private:
     friend class CompilerTest;
 
+    using Words = std::initializer_list<uint32_t>;
+
     // -- KolmCompiler.cpp -------------------------------------------------------------------------------------------
 
     void create();                                            // name tables
@@ -411,6 +418,15 @@ private:
     uint32_t add_type(Flags flags, uint32_t length = ~0u);
     uint32_t add_image(const String &name, uint32_t format);
     uint32_t add_tensor(const String &name);
+    uint32_t add_array(const char *name, uint32_t name_length, uint32_t length, const Scope *scope);
+    uint32_t add_numeric_type(const char *name);
+    uint32_t add_new_type(const char *name, Flags flags, uint32_t type, uint32_t length, SpvOp opcode, Words words);
+    uint32_t find_type(const char *key, uint32_t length);
+    /// Bytes between the elements of an array of this type; ~0 for what has no place in memory.
+    uint32_t get_array_stride(const char *name, uint32_t type) const;
+    bool is_tracing() const {
+        return execution_model >= SpvExecutionModelRayGenerationKHR && execution_model <= SpvExecutionModelCallableKHR;
+    }
     /// Pointer to a type by internal name.
     uint32_t add_pointer(const String &type, uint32_t length, uint32_t storage, const Scope *scope = nullptr);
     /// Pointer to a type by its id.
@@ -488,8 +504,11 @@ private:
 
     /// Declares a built-in variable or constant for this stage. Returns whether there is one.
     bool add_builtin(const String &name);
+    void get_builtin_line(const char *line, String &text) const;
     /// What a variable with this BuiltIn decoration requires.
     void add_builtin(uint32_t builtin);
+    /// Vertices of the primitive that comes in to a geometry shader, 0 if it is not declared.
+    uint32_t get_input_vertices() const;
 
     // -- KolmCompilerConstant.cpp -----------------------------------------------------------------------------------
 
@@ -500,7 +519,12 @@ private:
     uint32_t add_constant(const String &type, uint64_t value) { return add_constant(type.get(), value); }
     uint32_t add_constant(const String &type, const String &text, const Scope *scope);
     /// By id of the type, which may be an array or a structure.
-    uint32_t add_constant(uint32_t type, const Constant &constant, uint32_t offset = 0);
+    uint32_t add_constant(uint32_t type, const Constant &constant);
+    uint32_t add_constant(uint32_t type, const Constant &constant, uint32_t offset, uint32_t count);
+    uint32_t find_constant(uint32_t type, const Constant &constant, uint32_t offset, uint32_t count,
+                           uint32_t &hash) const;
+    void add_constant_slot(uint32_t target, uint32_t hash);
+    void insert_constant_slot(uint32_t target, uint32_t hash);
     uint32_t add_constantu32(uint32_t value);
     uint32_t add_constanti32(int32_t value);
     uint32_t add_constantb32(bool value);
@@ -509,10 +533,14 @@ private:
     uint32_t add_zero(uint32_t type);
     /// Value of an id that is a constant, or null.
     const Constant *get_constant(uint32_t target) const;
-    /// Source text of a constant; \p plain keeps internal type names.
+    /// Value of a named constant, or null.
+    const Constant *get_constant(const Variable &variable) const {
+        return (variable.constant != ~0u) ? &named_constants[variable.constant] : nullptr;
+    }
+    /// Source text of a constant; \p plain keeps internal type names and all digits of floats.
     String get_constant(const Constant &constant, bool plain) const;
     /// Number of scalars in a type.
-    uint32_t get_type_scalars(uint32_t type);
+    uint64_t get_type_scalars(uint32_t type) const;
 
     // -- KolmCompilerFold.cpp ---------------------------------------------------------------------------------------
 
@@ -528,23 +556,44 @@ private:
 
     // -- KolmCompilerDeclaration.cpp, KolmCompilerLayout.cpp --------------------------------------------------------
 
-    struct Declaration; // state of one run of parse_global
+    /// Qualifiers that wait for their declaration.
+    struct Qualifiers;
 
     void parse_global(const char *src, uint32_t &offset, bool internal);
-    void parse_items(Declaration &decl, const char *&s, Structure *structure);
-    void parse_layout(Declaration &decl, const char *&s);
-    void parse_struct(Declaration &decl, const char *&s);
-    void parse_block(Declaration &decl, const char *&s, const String &name);
-    void parse_prototype(Declaration &decl, const char *&s, const String &type, const String &name);
-    void parse_declarators(Declaration &decl, const char *&s, String &type, const String &name, Structure *structure);
-    bool parse_redeclaration(Declaration &decl, const char *&s, const String &name);
-    void add_global(Declaration &decl, const char *&s, const String &name, const String &type, uint32_t length);
-    uint32_t get_implicit_length(uint32_t storage, const SmallMap &decorations) const;
-    /// Internal name of the type that begins at \p s, which is moved behind it; empty if none does. The forms of
-    /// tensors are read up to their ">".
+    bool parse_qualifier(const char *&s, Qualifiers &qualifiers, bool parameter);
+    void parse_layout(const char *&s, Qualifiers &qualifiers);
+    void parse_struct(const char *&s, Qualifiers &qualifiers);
+    void parse_members(const char *&s, Structure &structure, const Qualifiers &block);
+    void parse_block(const char *&s, const String &name, Qualifiers &qualifiers);
+    bool parse_prototype(const char *&s, const String &type, const String &name, const Qualifiers &qualifiers);
+    void parse_declarators(const char *&s, const String &type, const Array<uint32_t> &lengths,
+                           Qualifiers &qualifiers);
+    void parse_redeclaration(const char *&s, const Qualifiers &qualifiers);
+    void parse_initializer(const char *&s, Variable &variable, bool constant);
+    Variable &add_global(const String &name, const String &type, uint32_t length, const Qualifiers &qualifiers);
+    void add_interface(Variable &variable, const Qualifiers &qualifiers);
+    void add_function_type(Function &func);
+    bool is_type_name(const char *name) const;
+    uint32_t get_locations(uint32_t type);
+    bool is_flat_type(uint32_t type);
+    bool has_bool(uint32_t type);
+    void add_storage_capability(uint32_t type, uint32_t storage);
+    void add_builtin_decoration(Variable &variable);
+    uint32_t get_element_type(const String &type);
+    uint32_t get_implicit_length(const Variable &variable) const;
+    uint32_t get_storage_stages(uint32_t storage) const;
+    /// Internal name of the type that begins at \p s, which is moved behind it; empty if none does. The form of
+    /// tensors is read up to its ">".
     String parse_type(const char *&s, const Scope *scope, bool internal = false);
-    /// One or more "[n]" or "[]" at \p s: the first is the length, the others go into \p type. ~0 if there is none.
+    /// "[n]" and "[]" at \p s, added to \p lengths from the outermost on. "[]" gives 0.
+    void parse_array_lengths(const char *&s, Array<uint32_t> &lengths, const Scope *scope);
+    /// The same into the internal form: returns the outermost length or ~0, the others go into \p type.
     uint32_t parse_array_length(const char *&s, String &type, const Scope *scope);
+    static uint32_t get_array_type(String &type, const Array<uint32_t> &lengths);
+    /// Moves behind the region that begins at \p s with \p open.
+    static void skip_region(const char *&s, char open, char close);
+    /// Text up to a top-level "," or \p end, which stays.
+    static String read_item(const char *&s, char end);
 
     // Layout: see KolmCompilerLayout.cpp.
     struct LayoutInfo {
@@ -554,10 +603,18 @@ private:
         uint32_t matrix_stride = ~0u; // of a matrix
         bool row_major = false;
     };
+    struct MemberLayout {
+        StringStack<31> type;
+        uint64_t offset = 0;
+        LayoutInfo info;
+    };
     LayoutInfo get_layout(String &type, uint32_t length, Packing packing, bool row_major);
-    void create_structure(Structure &structure, Scope *scope); // offsets, then the type itself
-    void add_structure_layout(Structure &structure);
-    String add_layout_structure(const Structure &structure, Packing packing, bool row_major);
+    void get_structure_layout(Structure &structure, Packing packing, bool row_major, Array<MemberLayout> &members,
+                              LayoutInfo &info);
+    /// Offsets and strides of the members, then the declaration of the type itself.
+    void create_structure(Structure &structure, bool memory);
+    /// The structure, or a copy of it, whose layout is the one wanted. Returns its index.
+    uint32_t add_layout_structure(uint32_t index, Packing packing, bool row_major);
 
     // -- KolmCompilerStatement.cpp ----------------------------------------------------------------------------------
 
@@ -591,12 +648,11 @@ private:
 
     // -- KolmCompilerEmit.cpp ---------------------------------------------------------------------------------------
 
-    using Words = std::initializer_list<uint32_t>;
-
     // To the global section.
     void add_opcode(SpvOp opcode, Words words);
     void add_opcode(SpvOp opcode, Words words, const Array<uint32_t> &array);
-    void add_opcode(SpvOp opcode, Words words, const char *text, Words tail = {});
+    void add_opcode(SpvOp opcode, Words words, const char *text);
+    void add_opcode(SpvOp opcode, Words words, const char *text, const Array<uint32_t> &tail);
     // To the body of a function. After a terminator an OpLabel comes by itself, see Function::labels.
     void add_opcode(Function &func, SpvOp opcode, Words words);
     void add_opcode(Function &func, SpvOp opcode, Words words, const Array<uint32_t> &array);
@@ -615,6 +671,7 @@ private:
     void add_branch(Function &func, uint32_t target = ~0u);
     /// Writes \p target into the words at \p offsets.
     static void patch_opcodes(Function &func, const Array<uint32_t> &offsets, uint32_t target);
+    void begin_opcode(Function &func, SpvOp opcode, uint64_t size);
     static bool is_terminator(uint32_t opcode);
     static uint32_t get_opcode(uint32_t word) { return word & 0xFFFFu; }
     static uint32_t get_size(uint32_t word) { return word >> 16; }
@@ -652,6 +709,8 @@ private:
     uint32_t source_version = 0;
     const char *source = nullptr;      // the whole text, for offsets
     uint32_t *source_offset = nullptr; // where compileGLSL reports the position
+    bool internal_text = false;    // reading a line of add_builtin
+    bool explicit_barycentrics = false; // a built-in that only an extension declares
     uint32_t depth = 0;                // of the recursion through the parsers, see Depth
 
     // Symbols.
@@ -674,8 +733,11 @@ private:
     TargetMap<Target> targets;
     TargetMap<uint32_t> constant_indices; // id to index in constants
     StableArray<Constant> constants;
+    StableArray<Constant> named_constants; // values of constant variables
     Array<uint32_t> constant_slots; // hash table of constant ids
     Array<uint32_t> array_types;    // ids of array types, in order of their making
+    Array<uint32_t> array_strides;  // of each in bytes, ~0 for none
+    TargetMap<uint32_t> pointer_types; // id of a pointer type to its storage class
     TargetMap<SmallMap> target_decorations;
     TargetMap<Tensor> tensors;
     uint32_t flag_targets[256] = {}; // id of a numeric type by a code of its flags, 0 unset
@@ -696,6 +758,12 @@ private:
     NameMap<uint32_t> execution_qualifiers;
     NameMap<uint32_t> layout_qualifiers;
     void create_functions(); // internal_functions, external_functions: KolmCompilerCall.cpp
+
+    static StringStack<64> get_text(const char *s, uint32_t length) {
+        StringStack<64> text;
+        text.append(s, length);
+        return text;
+    }
 
     /// Counts the recursion of a parser for as long as it lives. Too deep a nesting is an error.
     struct Depth : public NoCopy {

@@ -99,7 +99,7 @@ bool VKContext::create(VkCommandBufferLevel level, uint32_t num) {
 
 void VKContext::release() {
     if(frames.empty()) return;
-    invalidate_listeners(true);
+    if(frame) invalidate_listeners(true);
     if(queue) {
         AtomicLock atomic(*queue_lock);
         VK::error(adapter->vkQueueWaitIdle(queue));
@@ -138,10 +138,12 @@ void VKContext::removeListener(Listener *listener) {
 
 void VKContext::invalidate_listeners(bool lost) {
     for(Listener *listener = listeners; listener; listener = listener->next_listener) listener->invalidate(lost);
+    flush_transients();
     change_command();
 }
 
 bool VKContext::submit(VkQueue submit_queue, VkFence fence) {
+    invalidate_listeners(false);
     return frame->submit(submit_queue ? submit_queue : queue, *queue_lock, fence ? fence : frame->fence);
 }
 
@@ -338,13 +340,17 @@ void VKContext::recycle_buffers() {
     }
 }
 
-bool VKContext::invalidateTransient(TransientType type, const Transient &transient) {
-    const Array<Buffer *> &buffers = frame->transients[type];
-    for(uint32_t i = 0; i < buffers.size(); i++) {
-        if(buffers[i]->buffer == transient.buffer)
-            return adapter->invalidateMemory(buffers[i]->buffer_memory, transient.offset, transient.size);
+// What the host wrote to transient memory, for the device. Nothing has to be done for coherent memory.
+void VKContext::flush_transients() {
+    for(const TransientType type : {TransientUpload, TransientUniform}) {
+        const Array<Buffer *> &buffers = frame->transients[type];
+        for(uint32_t i = 0; i < buffers.size(); i++)
+            adapter->flushMemory(buffers[i]->buffer_memory, 0, buffers[i]->buffer_offset);
     }
-    return true;
+}
+
+bool VKContext::invalidateTransient(const Transient &transient) {
+    return adapter->invalidateMemory(*transient.memory, transient.offset, transient.size);
 }
 
 bool VKContext::Buffer::create(VKAdapter *adapter, VkBufferUsageFlags usage, uint32_t memory_type, uint64_t size) {
@@ -425,6 +431,7 @@ bool VKContext::Buffer::allocate(Transient &transient, uint64_t alignment, uint6
     transient.offset = offset;
     transient.size = size;
     transient.data = buffer_data + offset;
+    transient.memory = &buffer_memory;
     buffer_offset = offset + size;
     return true;
 }

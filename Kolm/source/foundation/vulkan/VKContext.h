@@ -34,6 +34,7 @@ public:
         uint64_t offset = 0;     // bytes in the buffer
         uint64_t size = 0;       // bytes
         uint8_t *data = nullptr; // where the host reads and writes
+        const VK::MemoryPtr *memory = nullptr;
         explicit operator bool() const { return buffer != VK_NULL_HANDLE; }
     };
 
@@ -181,8 +182,8 @@ public:
     Transient getUniformBuffer(uint64_t alignment, uint64_t size) {
         return get_buffer(TransientUniform, alignment, size);
     }
-    /// Makes the device's writes to download memory visible to the host, after the wait.
-    bool invalidateTransient(TransientType type, const Transient &transient);
+    /// Makes the device's writes to transient memory visible to the host, after a wait.
+    bool invalidateTransient(const Transient &transient);
 
     /// Destruction when the frame's fence has passed. Null handles are fine.
 #define VK_RELEASE_METHOD(TYPE, NAME, LIST, FUNCTION)                                                                  \
@@ -231,6 +232,7 @@ private:
     void release_buffers(TransientType type);
     Transient get_buffer(TransientType type, uint64_t alignment, uint64_t size);
     void recycle_buffers();
+    void flush_transients();
     void select_memory();
     void invalidate_listeners(bool lost);
     void change_command() { epoch++; }

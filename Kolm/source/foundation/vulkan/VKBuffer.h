@@ -1,0 +1,91 @@
+// VKBuffer.h: a buffer on Vulkan: memory, uploads, read-back and the access that barriers start from.
+// Rests on VKContext. The rules of every operation are those of Buffer.
+
+#pragma once
+
+#include "KolmBuffer.h"
+
+#include "VKContext.h"
+
+namespace Kolm {
+
+/// Takes memory and deferred release from the context of the device that made it, which outlives it.
+class VKBuffer : public Buffer {
+public:
+    explicit VKBuffer(VKContext *context);
+    ~VKBuffer() override;
+
+    Platform getPlatform() const override { return PlatformVK; }
+
+    void clear() override;
+    bool isCreated() const override { return buffer != VK_NULL_HANDLE; }
+    void setName(const char *name) override;
+
+    bool create(Flags flags, size_t size, Format format = FormatUnknown) override;
+    /// Created and filled: \p data may be null.
+    bool create(VKContext *context, Flags flags, const void *data, size_t size, Format format);
+    /// Wraps a buffer of the caller, who destroys it. \p access is what was done to it last.
+    bool create(Flags flags, size_t size, VkBuffer buffer, VkAccessFlags access);
+    /// Second buffer on the memory of a Shared or Interop buffer, which may belong to another adapter.
+    bool create(Buffer *buffer) override;
+
+    // Recorded on \p context, which is the device's or a sub-device's. Each logs why and returns false.
+    bool set(VKContext *context, size_t offset, const void *data, size_t size);
+    /// Submits and waits, unless this is a Read buffer.
+    bool get(VKContext *context, size_t offset, void *data, size_t size);
+    void *map(size_t offset, size_t size);
+    bool unmap();
+    bool copy(VKContext *context, size_t offset, VKBuffer *src, size_t src_offset, size_t size);
+    bool clear(VKContext *context, Format format, size_t offset, const void *value, size_t size);
+
+    VkBuffer getBuffer() const { return buffer; }
+    VkBufferView getBufferView() const { return buffer_view; }
+    VkDeviceAddress getDeviceAddress() const { return buffer_address; }
+    const VK::MemoryPtr &getBufferMemory() const { return buffer_memory; }
+    VkAccessFlags getBufferAccess() const { return buffer_access; }
+
+    /// Records a barrier from the last access to \p access if they differ or with \p force, and remembers it.
+    /// \p stages are those of the new access, 0 for all that can do it.
+    void setBufferAccess(VKContext *context, VkAccessFlags access, bool force = false, VkPipelineStageFlags stages = 0);
+    /// The same into a batch.
+    void setBufferAccess(VKContext::Barriers &barriers, VKContext *context, VkAccessFlags access, bool force = false,
+                         VkPipelineStageFlags stages = 0);
+    /// Remembers an access that was ordered by other means.
+    void setBufferAccess(VkAccessFlags access);
+
+    /// Accesses of a buffer that is used as \p flags say.
+    static VkAccessFlags getBufferAccessFlags(Flags flags);
+
+private:
+    VkBufferUsageFlags get_usage_flags(Flags flags) const;
+    VkMemoryPropertyFlags get_memory_properties(Flags flags) const;
+    bool create_buffer(Flags flags, size_t size);
+    bool create_shared();
+    bool create_memory(const void *next);
+    bool create_objects();
+    void write_access(VKContext *context, size_t offset, size_t size);
+    bool set_data(VKContext *context, size_t offset, const uint8_t *data, size_t size);
+    bool get_data(VKContext *context, size_t offset, uint8_t *data, size_t size);
+    bool fill_data(VKContext *context, size_t offset, size_t size, uint32_t word);
+    void destroy();
+
+    VKAdapter *adapter = nullptr;
+    VKContext *context = nullptr;
+    VkBuffer buffer = VK_NULL_HANDLE;
+    VkBufferView buffer_view = VK_NULL_HANDLE;
+    // The last access and its stages, from which the next barrier starts. A sub-device may read what another thread
+    // wrote; nothing orders them but the application.
+    volatile VkAccessFlags buffer_access = 0;
+    volatile VkPipelineStageFlags buffer_stages = 0;
+    bool fresh = true;        // no command has used it: the host may write its memory
+    size_t written_begin = 0; // transfer writes since the last barrier; begin == end: none
+    size_t written_end = 0;
+    VK::MemoryPtr buffer_memory;
+    VkDeviceAddress buffer_address = 0;
+    void *shared_ptr = nullptr; // host memory of a Shared buffer
+    size_t shared_size = 0;     // bytes of it
+    bool shared_owner = false;  // it is freed with this object
+    int32_t interop_fd = -1;
+};
+
+} // namespace Kolm
