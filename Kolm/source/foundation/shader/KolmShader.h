@@ -329,7 +329,7 @@ public:
 protected:
     /// Macros of the backend: a derived class sets its own, then calls its base.
     virtual bool set_macros(State &state) const;
-    /// Takes preprocessed text. The base refuses it.
+    /// Takes preprocessed text.
     virtual bool compile(Type type, const String &src, State &state) = 0;
     /// Takes SPIR-V words.
     virtual bool compile(Type type, const Array<uint32_t> &opcodes, State &state) = 0;
