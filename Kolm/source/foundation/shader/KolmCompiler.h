@@ -8,12 +8,18 @@
 //     KolmCompilerTypes.cpp         flags, sizes, add_type, add_image        KolmCompilerNames.inc
 //     KolmCompilerSymbols.cpp       scopes, variables, structures, built-ins KolmCompilerBuiltins.inc
 //     KolmCompilerConstant.cpp      Constant, its text, interning
-//     KolmCompilerFold.cpp          operators on constants, constant expressions
+//     KolmCompilerFold.cpp          operators on constants
+//     KolmCompilerEvaluate.cpp      constant expressions
 //     KolmCompilerDeclaration.cpp   parse_global: layout, blocks, structures, functions, globals
 //     KolmCompilerLayout.cpp        offsets, strides, types that differ in nothing else
 //     KolmCompilerStatement.cpp     statements of a function body
-//     KolmCompilerExpression.cpp    expressions, variables, assignments, references
-//     KolmCompilerCall.cpp          calls: shader, internal and external functions, constructors
+//     KolmCompilerExpression.cpp    expressions, assignments                KolmCompilerOperators.inc
+//     KolmCompilerPlace.cpp         variables, members, indices, swizzles: loads and stores
+//     KolmCompilerReference.cpp     structure views over buffers of words
+//     KolmCompilerCall.cpp          calls of functions of the shader, inlining
+//     KolmCompilerConstructor.cpp   constructors and initialiser lists
+//     KolmCompilerFunction.cpp      internal and external functions         KolmCompilerFunctions.inc
+//     KolmCompilerTexture.cpp       sampling, images and their queries
 //     KolmCompilerEmit.cpp          add_opcode, casts, patching              KolmSpirvOps.inc
 //     KolmCompilerModule.cpp        the final module
 //
@@ -236,6 +242,8 @@ public:
         String name;                  // empty for the variable of a nameless block
         String type;                  // internal name; may carry a stride ("f32@16"), see KolmCompilerLayout.cpp
         String value;                 // of a named constant, as text
+        uint32_t constant = ~0u;      // of a named constant: index in `named_constants`
+        uint32_t initializer = ~0u;   // id of the constant with which a global starts
         uint32_t index = ~0u;         // in `variables`
         uint32_t target = ~0u;        // id of the variable; a named constant has none in the module
         uint32_t length = ~0u;        // array length, 0 unsized, ~0 no array; further dimensions stand in `type`
@@ -244,6 +252,7 @@ public:
         uint32_t function = ~0u;      // index of the function whose local it is
         uint32_t argument = ~0u;      // index of the parameter that it stands for by pointer
         uint32_t member = ~0u;        // position in its structure
+        bool explicit_major = false;  // a member that says itself how its matrix lies
         uint32_t type_target = ~0u;   // id of its type with the length, once it is known
         SmallMap decorations;         // decoration to value, ~0 for one without; 22 marks a constant
         const Scope *scope = nullptr; // last scope from which it was seen
@@ -403,7 +412,7 @@ private:
     void create();                                            // name tables
     void parse_directives(const char *src, uint32_t &offset); // first scan
     bool parse_directive(const char *&s);                     // one "#" line in the first scan
-    void parse_execution(const String &text, bool input, const char *context);
+    void parse_execution(const String &text, bool input);     // one "layout() in;"
     void compile_functions(const char *src, uint32_t &offset);
     static void check_depth(uint32_t depth); // error above MaxDepth
 
@@ -542,13 +551,17 @@ private:
     /// Number of scalars in a type.
     uint64_t get_type_scalars(uint32_t type) const;
 
-    // -- KolmCompilerFold.cpp ---------------------------------------------------------------------------------------
+    // -- KolmCompilerFold.cpp, KolmCompilerEvaluate.cpp ---------------------------------------------------------------
+
+    struct ConstantParser; // state of one run of parse_constant
 
     /// Value of a constant expression. All of \p src is read. With \p internal, type names may be internal ones.
     Constant parse_constant(const char *src, const Scope *scope, bool internal = false);
     Constant parse_constant(const String &src, const Scope *scope, bool internal = false) {
         return parse_constant(src.get(), scope, internal);
     }
+    /// Number at \p s, which is moved behind it. Returns false and leaves \p s if it is none.
+    static bool parse_literal(const char *&s, Constant &constant);
     bool is_left_redundant(SpvOp opcode, const Constant &constant) const;
     bool is_right_redundant(SpvOp opcode, const Constant &constant) const;
     /// Constant that the operation gives whatever the other operand is; empty if there is none.
@@ -566,8 +579,7 @@ private:
     void parse_members(const char *&s, Structure &structure, const Qualifiers &block);
     void parse_block(const char *&s, const String &name, Qualifiers &qualifiers);
     bool parse_prototype(const char *&s, const String &type, const String &name, const Qualifiers &qualifiers);
-    void parse_declarators(const char *&s, const String &type, const Array<uint32_t> &lengths,
-                           Qualifiers &qualifiers);
+    void parse_declarators(const char *&s, const String &type, const Array<uint32_t> &lengths, Qualifiers &qualifiers);
     void parse_redeclaration(const char *&s, const Qualifiers &qualifiers);
     void parse_initializer(const char *&s, Variable &variable, bool constant);
     Variable &add_global(const String &name, const String &type, uint32_t length, const Qualifiers &qualifiers);
@@ -618,33 +630,204 @@ private:
 
     // -- KolmCompilerStatement.cpp ----------------------------------------------------------------------------------
 
+    /// Statements from \p s on, which stands behind the "{" of a body, up to the "}" and behind it.
     void parse_function(const char *src, const char *&s, uint32_t &offset, Function &func, Scope *scope);
+    void parse_statements(const char *&s, Function &func, Scope *scope);
     void parse_statement(const char *&s, Function &func, Scope *scope);
+    void parse_block_statement(const char *&s, Function &func, Scope *scope);
+    void parse_flow(const char *&s, Function &func, Scope *scope);
+    bool parse_keyword(const char *&s, const String &name, Function &func, Scope *scope);
+    void parse_return(const char *&s, Function &func, Scope *scope);
+    bool parse_local(const char *&s, Function &func, Scope *scope);
+    void parse_local_variable(const char *&s, const String &type, uint32_t length, bool constant, Function &func,
+                              Scope *scope);
+    void parse_local_structure(const char *&s, Function &func, Scope *scope);
+    void parse_clause(const char *&s, Function &func, Scope *scope, char end);
+    uint32_t parse_condition(const char *&s, Function &func, Scope *scope);
+    void parse_body(const char *&s, Function &func, Scope *scope, Array<uint32_t> *breaks, Array<uint32_t> *continues);
     void parse_for(const char *&s, Function &func, Scope *scope, SpvLoopControlMask control);
     void parse_while(const char *&s, Function &func, Scope *scope, SpvLoopControlMask control);
     void parse_do_while(const char *&s, Function &func, Scope *scope, SpvLoopControlMask control);
     void parse_if(const char *&s, Function &func, Scope *scope, SpvSelectionControlMask control);
     void parse_switch(const char *&s, Function &func, Scope *scope, SpvSelectionControlMask control);
+    void set_position(const char *s, const Function &func);
 
     // -- KolmCompilerExpression.cpp ---------------------------------------------------------------------------------
 
+    /// Kinds of codes in expressions, see KolmCompilerOperators.inc.
+    enum Code : uint32_t {
+#define CODE(NUM, NAME, PRIORITY) Code##NAME = NUM,
+#include "KolmCompilerOperators.inc"
+        NumCodes,
+    };
+    static const char *get_code_name(uint32_t code);
+    /// Twice the priority of the table.
+    static uint32_t get_code_priority(uint32_t code);
+    /// Instruction of an operator for operands of a format; Nop if there is none.
+    static SpvOp get_operator_opcode(uint32_t code, Flags flags);
+    /// Operator where one may follow an operand. \p compound is the operator that an Assign has with it.
+    static uint32_t read_operator(const char *s, uint32_t &length, uint32_t &compound);
+    /// Format and bits to which operands are brought before an operation; none if there are no such.
+    static Flags get_common_flags(Flags flags_0, Flags flags_1);
+
+    /// What an expression has come to: a value, or a place in memory that is not read yet.
+    ///
+    /// A value has `target`. A place has `pointer` and a chain of indices into it, or is a view, which has `reference`;
+    /// it is read and written through load and store. A place whose text was read on is a value no more.
+    struct Operand {
+        static constexpr uint32_t MaxIndices = 8;
+
+        uint32_t target = ~0u;    // id of a value
+        uint32_t type = ~0u;      // id of the type, before the swizzle
+        uint32_t pointer = ~0u;   // id of the pointer from which the indices go on
+        uint32_t root = ~0u;      // id of the type to which it points
+        uint32_t storage = ~0u;   // of the pointer
+        uint32_t variable = ~0u;  // index of the variable at the root
+        uint32_t reference = ~0u; // index of the view at the root
+        uint32_t offset = 0;      // view: bytes from its begin
+        uint32_t element = ~0u;   // view: id of further elements of the buffer, ~0 for none
+        uint32_t indices[MaxIndices];
+        uint8_t num_indices = 0;
+        uint8_t num_swizzle = 0; // components of a swizzle of the vector, 0 for none
+        uint8_t swizzle[4] = {};
+        bool readonly = false;
+        bool writeonly = false;
+        bool constant = false; // a place that the language does not let write
+        bool whole = true;     // the variable itself and no part of it
+        bool nonuniform = false;
+
+        bool place() const { return pointer != ~0u || reference != ~0u; }
+    };
+    using Operands = Array<Operand>;
+
     /// One expression, converted to \p type unless that is empty. Returns the id of the result.
     uint32_t parse_expression(const char *&s, const String &type, Function &func, Scope *scope);
+    /// One expression as a value of a type.
+    uint32_t parse_value(const char *&s, uint32_t type, Function &func, Scope *scope);
+    /// One expression, not read yet if it is a place.
+    Operand parse_operand(const char *&s, Function &func, Scope *scope);
     void parse_assignment(const char *&s, Function &func, Scope *scope);
-    uint32_t parse_variable(const char *&s, const String &type, Function &func, Scope *scope, bool write);
-    uint32_t parse_reference(const char *&s, const String &type, Function &func, Scope *scope, Mode mode, bool write);
-    uint32_t compose_reference(const String &type, Array<uint32_t> &targets, Array<uint32_t> &offsets, Flags flags,
-                               uint32_t offset);
-    void decompose_reference(const String &type, uint32_t target, Array<uint32_t> &targets, Array<uint32_t> &offsets,
-                             Flags flags, uint32_t offset);
+    Operand parse_binary(const char *&s, uint32_t priority, bool nested, Function &func, Scope *scope);
+    Operand parse_unary(const char *&s, bool nested, Function &func, Scope *scope);
+    Operand parse_primary(const char *&s, bool nested, Function &func, Scope *scope);
+    Operand parse_name(const char *&s, Function &func, Scope *scope);
+    bool parse_sizeof(const char *&s, Operand &operand, Scope *scope);
+    void parse_select(const char *&s, Operand &condition, Function &func, Scope *scope);
+    void parse_assign(const char *&s, uint32_t compound, Operand &operand, bool statement, Function &func,
+                      Scope *scope);
+    void add_increment(Operand &operand, uint32_t code, Function &func);
+    uint32_t add_operator(uint32_t code, uint32_t value, Function &func);
+    uint32_t add_operator(uint32_t code, uint32_t value_0, uint32_t value_1, Function &func);
+    uint32_t add_product(uint32_t value_0, uint32_t value_1, Function &func);
+    uint32_t add_columns(uint32_t code, uint32_t value_0, uint32_t value_1, Function &func);
+    uint32_t add_equal(uint32_t value_0, uint32_t value_1, Function &func);
+    uint32_t add_select(uint32_t condition, uint32_t value_0, uint32_t value_1, Function &func);
+    /// Value brought to the format and bits of \p format and, if it is a scalar, to \p width components.
+    uint32_t add_match(Flags format, uint32_t width, uint32_t value, Function &func);
+
+    // -- KolmCompilerPlace.cpp --------------------------------------------------------------------------------------
+
+    Operand get_operand(uint32_t target) const;
+    /// Type of what the operand stands for, swizzle included.
+    uint32_t get_operand_type(const Operand &operand);
+    String get_operand_type_name(const Operand &operand) { return get_target_type_name(get_operand_type(operand)); }
+    bool parse_variable(const String &name, Operand &operand, Scope *scope);
+    void parse_postfix(const char *&s, Operand &operand, Function &func, Scope *scope);
+    void parse_member(const char *&s, Operand &operand, Function &func);
+    void parse_index(const char *&s, Operand &operand, Function &func, Scope *scope);
+    void parse_length(const char *&s, Operand &operand, Function &func);
+    void add_swizzle(const String &name, Operand &operand, Function &func);
+    void add_index(Operand &operand, uint32_t index, uint32_t type, Function &func);
+    void check_index(uint32_t type, uint32_t index);
+    /// Makes the pointer to the place, so that no index is evaluated again.
+    void fix_pointer(Operand &operand, Function &func);
+    void add_resource_index(Operand &operand, uint32_t index);
+    uint32_t load(const Operand &operand, Function &func);
+    void store(const Operand &operand, uint32_t value, Function &func);
+    /// Pointer to the place, without its swizzle.
+    uint32_t get_pointer(const Operand &operand, Function &func);
+    void check_write(const Operand &operand);
+    /// Components of a vector, or copies of a scalar.
+    uint32_t add_shuffle(uint32_t value, const uint8_t *components, uint32_t size, Function &func);
+    /// Element of a composite value by an index that is not known.
+    uint32_t add_dynamic_extract(uint32_t value, uint32_t index, Function &func);
+    /// Value in a local variable of its own, as a place.
+    Operand add_temporary(uint32_t type, uint32_t value, Function &func);
+    /// Local variable of a type by id, which no name finds.
+    Variable &add_temporary(uint32_t type, Function &func);
+    bool is_opaque(uint32_t type) const;
+
+    // -- KolmCompilerReference.cpp ----------------------------------------------------------------------------------
+
+    /// Declaration of a view: stands behind the "&".
+    void parse_reference(const char *&s, const String &type, Function &func, Scope *scope);
+    Operand get_reference_operand(uint32_t index);
+    uint32_t load_reference(const Operand &operand, Function &func);
+    void store_reference(const Operand &operand, uint32_t value, Function &func);
+    uint32_t compose_reference(uint32_t type, const Operand &operand, uint32_t offset, Function &func);
+    void decompose_reference(uint32_t type, uint32_t value, const Operand &operand, uint32_t offset, Function &func);
+    uint32_t get_reference_pointer(const Operand &operand, uint32_t offset, uint32_t &element_type, Function &func);
+    uint32_t get_reference_size(uint32_t type);
+    void add_reference_index(Operand &operand, uint32_t index, uint32_t type, Function &func);
 
     // -- KolmCompilerCall.cpp ---------------------------------------------------------------------------------------
 
-    uint32_t parse_shader_function(const String &name, const String &args, Function &func, Scope *scope);
-    uint32_t parse_internal_function(const String &name, const String &args, Function &func, Scope *scope);
-    uint32_t parse_external_function(const String &name, const String &args, Function &func, Scope *scope);
-    uint32_t parse_constructor(const String &name, const String &args, Function &func, Scope *scope);
-    uint32_t parse_structure(const String &name, const String &args, Function &func, Scope *scope);
+    /// Arguments from behind the "(" to behind the ")". Values are read at once, except where \p places has the bit of
+    /// the argument's position.
+    void parse_arguments(const char *&s, Operands &args, uint32_t places, Function &func, Scope *scope);
+    String get_signature(const Operands &args);
+    /// Value of the call, ~0 for none.
+    uint32_t parse_shader_function(const char *&s, const String &name, Function &func, Scope *scope);
+    uint32_t resolve_function(const String &name, Operands &args, Function &func);
+    uint32_t add_call(Function &callee, Operands &args, Function &func);
+    bool inline_function(const Function &callee, const Operands &args, uint32_t &result, Function &func);
+
+    // -- KolmCompilerConstructor.cpp --------------------------------------------------------------------------------
+
+    uint32_t parse_constructor(const char *&s, const String &type, uint32_t length, Function &func, Scope *scope);
+    uint32_t parse_structure(uint32_t type, const Operands &args, Function &func);
+    uint32_t parse_array(uint32_t type, const Operands &args, Function &func);
+    uint32_t add_numbers(uint32_t type, const Operands &args, Function &func);
+    uint32_t add_matrix(uint32_t type, uint32_t value, Function &func);
+    /// "{" list "}" for a type; \p type may be an unsized array and becomes the sized one.
+    uint32_t parse_list(const char *&s, uint32_t &type, Function &func, Scope *scope);
+    /// Composite of values, a constant if all of them are.
+    uint32_t add_composite(uint32_t type, const Array<uint32_t> &values, Function &func);
+
+    // -- KolmCompilerFunction.cpp, KolmCompilerTexture.cpp ------------------------------------------------------------
+
+    struct InternalFunction;
+    struct ExternalFunction;
+    struct Call; // one call of an internal function: its row, arguments and place
+    static const InternalFunction internal_rows[];
+    static const ExternalFunction external_rows[];
+
+    uint32_t parse_internal_function(const char *&s, const String &name, Function &func, Scope *scope);
+    uint32_t parse_external_function(const char *&s, const String &name, Function &func, Scope *scope);
+    uint32_t add_internal_function(Call &call);
+    bool match_arguments(Call &call, const char *rules, bool bools, Array<uint32_t> &values, uint32_t &common);
+    uint32_t get_result_type(const char *rule, uint32_t common);
+    SpvOp get_call_opcode(const Call &call, Flags flags) const;
+    uint32_t add_plain_call(Call &call);
+    uint32_t add_matrix_call(Call &call);
+    uint32_t add_bits_call(Call &call);
+    uint32_t add_barrier_call(Call &call);
+    uint32_t add_atomic_call(Call &call);
+    uint32_t add_atomic(Call &call, uint32_t pointer, uint32_t type, uint32_t semantics, uint32_t first);
+    uint32_t add_subgroup_call(Call &call);
+    uint32_t add_stage_call(Call &call);
+    uint32_t add_ray_call(Call &call);
+    uint32_t add_query_call(Call &call);
+    uint32_t add_coop_call(Call &call);
+    uint32_t add_nonuniform_call(Call &call);
+    uint32_t add_texture_call(Call &call);
+    uint32_t add_image_call(Call &call);
+    uint32_t add_query_image_call(Call &call);
+    uint32_t add_image_atomic_call(Call &call);
+    uint32_t add_sampler_call(Call &call);
+    uint32_t get_image_value(Call &call, bool sampled, Flags &flags, uint32_t &image);
+    uint32_t add_sparse_result(Call &call, uint32_t value, uint32_t type, const Operand &place);
+    uint32_t get_constant_argument(const Call &call, uint32_t index);
 
     // -- KolmCompilerEmit.cpp ---------------------------------------------------------------------------------------
 
@@ -695,6 +878,13 @@ private:
     void create_opcodes(uint32_t profile, uint32_t version, const char *macros);
     void create_function(Function &func);
     void create_stub(Function &func);
+    void create_names(const char *macros);
+    void create_decorations();
+    void lower_storage_buffers();
+    uint32_t get_module_version() const;
+    void get_module_name(const String &name, uint32_t target, bool source_name, String &text) const;
+    bool is_arrayed(const Variable &variable) const;
+    void add_locations(const SmallMap &decorations, uint32_t type, Array<uint32_t> &places, const String &name);
 
     // -- State ------------------------------------------------------------------------------------------------------
 
@@ -707,11 +897,11 @@ private:
     uint32_t group_size[3] = {1, 1, 0}; // the last is 0 until a size is declared
     uint32_t source_profile = 0;        // operands of OpSource
     uint32_t source_version = 0;
-    const char *source = nullptr;      // the whole text, for offsets
-    uint32_t *source_offset = nullptr; // where compileGLSL reports the position
-    bool internal_text = false;    // reading a line of add_builtin
+    const char *source = nullptr;       // the whole text, for offsets
+    uint32_t *source_offset = nullptr;  // where compileGLSL reports the position
+    bool internal_text = false;         // reading a line of add_builtin
     bool explicit_barycentrics = false; // a built-in that only an extension declares
-    uint32_t depth = 0;                // of the recursion through the parsers, see Depth
+    uint32_t depth = 0;                 // of the recursion through the parsers, see Depth
 
     // Symbols.
     Scope global;
@@ -719,6 +909,7 @@ private:
     StableArray<Structure> structures;
     StableArray<Reference> references;
     StableArray<Function> functions;
+    uint32_t entry_function = ~0u;      // index of "main"
     NameMap<uint32_t> function_names;   // to the first function of a name
     NameMap<uint32_t> layout_names;     // second layouts of structures, to the index of the structure
     TargetMap<uint32_t> target_indices; // id to index in variables, structures or functions
@@ -734,10 +925,10 @@ private:
     TargetMap<uint32_t> constant_indices; // id to index in constants
     StableArray<Constant> constants;
     StableArray<Constant> named_constants; // values of constant variables
-    Array<uint32_t> constant_slots; // hash table of constant ids
-    Array<uint32_t> array_types;    // ids of array types, in order of their making
-    Array<uint32_t> array_strides;  // of each in bytes, ~0 for none
-    TargetMap<uint32_t> pointer_types; // id of a pointer type to its storage class
+    Array<uint32_t> constant_slots;        // hash table of constant ids
+    Array<uint32_t> array_types;           // ids of array types, in order of their making
+    Array<uint32_t> array_strides;         // of each in bytes, ~0 for none
+    TargetMap<uint32_t> pointer_types;     // id of a pointer type to its storage class
     TargetMap<SmallMap> target_decorations;
     TargetMap<Tensor> tensors;
     uint32_t flag_targets[256] = {}; // id of a numeric type by a code of its flags, 0 unset

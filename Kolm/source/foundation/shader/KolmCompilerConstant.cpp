@@ -121,7 +121,7 @@ void Compiler::Constant::set(uint32_t index, const Constant &constant, uint32_t 
             const int64_t limit = int64_t((1ull << (bits - 1)) - 1);
             value.i64 = clamp(constant.geti64(from), -limit - 1, limit);
         } else if(number > 0.0) {
-            value.u64 = min(constant.getu64(from), (bits == 64) ? UINT64_MAX : (1ull << bits) - 1);
+            value.u64 = min(constant.getu64(from), (bits == 64) ? uint64_t(UINT64_MAX) : (uint64_t(1) << bits) - 1);
         } else {
             value.u64 = wrap_integer(constant.getu64(from), flags);
         }

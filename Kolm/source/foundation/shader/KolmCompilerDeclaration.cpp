@@ -42,17 +42,17 @@ struct Compiler::Qualifiers {
     bool has(uint32_t decoration) const { return decorations.has(decoration); }
 
     uint32_t mask = 0;
-    uint32_t pass = 0;             // of a parameter: bits of PassIn and PassOut
-    uint32_t storage = ~0u;        // storage class
-    uint32_t structure = ~0u;      // decoration of a block with this storage
-    uint32_t format = ~0u;         // image format
-    uint32_t control = 0;          // function control
-    SmallMap decorations;          // of layout() and of qualifiers
-    SmallMap modes;                // execution modes
+    uint32_t pass = 0;        // of a parameter: bits of PassIn and PassOut
+    uint32_t storage = ~0u;   // storage class
+    uint32_t structure = ~0u; // decoration of a block with this storage
+    uint32_t format = ~0u;    // image format
+    uint32_t control = 0;     // function control
+    SmallMap decorations;     // of layout() and of qualifiers
+    SmallMap modes;           // execution modes
     Packing packing = PackingStd430;
     bool has_packing = false;
     bool push_constant = false;
-    bool execution = false;        // the whole statement was an execution qualifier
+    bool execution = false; // the whole statement was an execution qualifier
 };
 
 namespace {
@@ -73,15 +73,13 @@ constexpr uint32_t StageClosest = 1u << 11;
 constexpr uint32_t StageMiss = 1u << 12;
 constexpr uint32_t StageCallable = 1u << 13;
 
-bool is_opaque(Compiler::Flags flags) {
+bool has_opaque(Compiler::Flags flags) {
     constexpr uint64_t mask = Compiler::FlagImage | Compiler::FlagImageBuffer | Compiler::FlagSampledImage |
                               Compiler::FlagSampler | Compiler::FlagAcceleration;
     return (flags & Compiler::Flags(mask)) != 0;
 }
 
-bool is_image_name(const char *type) {
-    return strncmp(type, "image", 5) == 0 || strncmp(type, "texture", 7) == 0;
-}
+bool is_image_name(const char *type) { return strncmp(type, "image", 5) == 0 || strncmp(type, "texture", 7) == 0; }
 
 } // namespace
 
@@ -271,7 +269,8 @@ void Compiler::parse_layout(const char *&s, Qualifiers &qualifiers) {
         uint32_t value = ~0u;
         if(Text::accept(item, '=')) {
             const Constant constant = parse_constant(read_item(item, '\0'), &global, internal_text);
-            if(constant.size() != 1 || (constant.flags & FlagInteger) == 0) Parser::error("invalid layout qualifiers\n");
+            if(constant.size() != 1 || (constant.flags & FlagInteger) == 0)
+                Parser::error("invalid layout qualifiers\n");
             const int64_t number = constant.geti64();
             if(number < 0 || number >= 0x7FFFFFFF) Parser::error("invalid layout qualifiers\n");
             value = uint32_t(number);
@@ -314,9 +313,9 @@ void Compiler::parse_layout(const char *&s, Qualifiers &qualifiers) {
 
 // members: { { qualifier } type name { "[" length "]" } { "," name ... } ";" } "}"
 void Compiler::parse_members(const char *&s, Structure &structure, const Qualifiers &block) {
-    const bool memory = (structure.storage == SpvStorageClassUniform ||
-                         structure.storage == SpvStorageClassPushConstant ||
-                         structure.storage == SpvStorageClassStorageBuffer);
+    const bool memory =
+        (structure.storage == SpvStorageClassUniform || structure.storage == SpvStorageClassPushConstant ||
+         structure.storage == SpvStorageClassStorageBuffer);
     for(;;) {
         Text::skip_blank(s);
         if(*s == '}') break;
@@ -324,7 +323,8 @@ void Compiler::parse_members(const char *&s, Structure &structure, const Qualifi
         if(*s == '#') Parser::error("unknown preprocessor directive %s\n", Text::get_token(s + 1).get());
 
         Qualifiers qualifiers;
-        while(parse_qualifier(s, qualifiers, false));
+        while(parse_qualifier(s, qualifiers, false))
+            ;
         Text::skip_blank(s);
         if(*s == ';') {
             qualifiers.check_unused();
@@ -349,7 +349,7 @@ void Compiler::parse_members(const char *&s, Structure &structure, const Qualifi
             String type = base;
             const uint32_t length = get_array_type(type, lengths);
             const Flags flags = get_target_flags(add_type(type, ~0u, &global));
-            if(is_opaque(flags) || (flags & (FlagVoid | FlagRayQuery)) || strncmp(base.get(), "tensor", 6) == 0) {
+            if(has_opaque(flags) || (flags & (FlagVoid | FlagRayQuery)) || strncmp(base.get(), "tensor", 6) == 0) {
                 Parser::error("invalid \"%s\" member of %s type\n", name.get(), get_source_name(base).get());
             }
             if(memory && has_bool(add_type(type, ~0u, &global))) {
@@ -362,8 +362,8 @@ void Compiler::parse_members(const char *&s, Structure &structure, const Qualifi
             variable.member = structure.variables.size();
             for(const auto &item : qualifiers.decorations) variable.decorations.append(item.key, item.data);
             variable.decorations.remove(SpvDecorationConstant);
-            variable.explicit_major = variable.decorations.has(SpvDecorationRowMajor) ||
-                                      variable.decorations.has(SpvDecorationColMajor);
+            variable.explicit_major =
+                variable.decorations.has(SpvDecorationRowMajor) || variable.decorations.has(SpvDecorationColMajor);
             if(memory && !variable.decorations.has(SpvDecorationAlignment)) {
                 if(const uint32_t *align = block.decorations.get(SpvDecorationAlignment)) {
                     variable.decorations.append(SpvDecorationAlignment, *align);
@@ -449,8 +449,8 @@ void Compiler::parse_block(const char *&s, const String &name, Qualifiers &quali
     structure.usage = true;
     structure.decorations.append(qualifiers.structure, ~0u);
     structure.row_major = qualifiers.has(SpvDecorationRowMajor);
-    if(qualifiers.has_packing && (interface || (qualifiers.packing == PackingStd430 &&
-                                                storage == SpvStorageClassUniform))) {
+    if(qualifiers.has_packing &&
+       (interface || (qualifiers.packing == PackingStd430 && storage == SpvStorageClassUniform))) {
         Parser::error("invalid layout qualifiers\n");
     }
     structure.packing = qualifiers.has_packing                ? qualifiers.packing
@@ -521,7 +521,8 @@ void Compiler::parse_block(const char *&s, const String &name, Qualifiers &quali
 
 // Whether a name would be read as a type of the library's own.
 bool Compiler::is_type_name(const char *name) const {
-    static constexpr const char *words[] = {"image", "texture", "sampler", "tensor", "accelerationStructure", "rayQuery"};
+    static constexpr const char *words[] = {"image",   "texture", "sampler", "tensor", "accelerationStructure",
+                                            "rayQuery"};
     for(const char *word : words) {
         if(strncmp(name, word, strlen(word)) == 0) return true;
     }
@@ -631,7 +632,8 @@ uint32_t Compiler::get_implicit_length(const Variable &variable) const {
     case SpvExecutionModelTessellationEvaluation: return input ? 32 : 0;
     case SpvExecutionModelGeometry: return input ? get_input_vertices() : 0;
     case SpvExecutionModelFragment:
-        return (input && (variable.decorations.has(5286) || variable.decorations.has(SpvDecorationPerVertexKHR))) ? 3 : 0;
+        return (input && (variable.decorations.has(5286) || variable.decorations.has(SpvDecorationPerVertexKHR))) ? 3
+                                                                                                                  : 0;
     case SpvExecutionModelMeshEXT: {
         if(input) return 0;
         bool primitive = variable.decorations.has(SpvDecorationPerPrimitiveEXT);
@@ -657,8 +659,9 @@ Compiler::Variable &Compiler::add_global(const String &name, const String &type,
     }
     const Flags flags = get_target_flags(add_type(full, ~0u, &global));
     if(flags & FlagVoid) Parser::error("unknown type \"%s\"\n", "void");
-    const bool block = (flags & FlagStructure) && structures[*target_indices.get(get_element_type(full))].storage != ~0u;
-    if(is_opaque(flags)) {
+    const bool block =
+        (flags & FlagStructure) && structures[*target_indices.get(get_element_type(full))].storage != ~0u;
+    if(has_opaque(flags)) {
         if(storage != ~0u && storage != SpvStorageClassUniform) Parser::error("invalid storage class\n");
         storage = SpvStorageClassUniformConstant;
     } else if(storage == ~0u) {
@@ -685,8 +688,7 @@ Compiler::Variable &Compiler::add_global(const String &name, const String &type,
 // What follows from the storage of a variable and from its decorations.
 void Compiler::add_interface(Variable &variable, const Qualifiers &qualifiers) {
     SmallMap &decorations = variable.decorations;
-    const bool interface =
-        (variable.storage == SpvStorageClassInput || variable.storage == SpvStorageClassOutput);
+    const bool interface = (variable.storage == SpvStorageClassInput || variable.storage == SpvStorageClassOutput);
     if(!variable.name.empty()) add_builtin_decoration(variable);
 
     static constexpr struct {
@@ -878,7 +880,7 @@ bool Compiler::parse_prototype(const char *&s, const String &type, const String 
 
     const uint32_t result = add_type(type, ~0u, &global);
     const Flags result_flags = get_target_flags(result);
-    bool valid = !is_opaque(result_flags) && (result_flags & FlagRayQuery) == 0;
+    bool valid = !has_opaque(result_flags) && (result_flags & FlagRayQuery) == 0;
 
     Text::skip_blank(s);
     if(*s == ')') {
@@ -888,7 +890,8 @@ bool Compiler::parse_prototype(const char *&s, const String &type, const String 
             Text::skip_blank(s);
             if(*s == '\0') Parser::error("unfinished function declaration\n");
             Qualifiers parameter;
-            while(parse_qualifier(s, parameter, true));
+            while(parse_qualifier(s, parameter, true))
+                ;
             String base = parse_type(s, &global, internal_text);
             if(base.empty()) Parser::error("unexpected \"%s\"\n", Text::get_token(s).get());
             ArrayStack<uint32_t, 8> type_lengths;
@@ -909,10 +912,11 @@ bool Compiler::parse_prototype(const char *&s, const String &type, const String 
             item.type = base;
             item.length = get_array_type(item.type, lengths);
             item.pass = parameter.pass ? parameter.pass : uint32_t(PassIn);
-            for(const auto &decoration : parameter.decorations) item.decorations.append(decoration.key, decoration.data);
+            for(const auto &decoration : parameter.decorations)
+                item.decorations.append(decoration.key, decoration.data);
             const Flags flags = get_target_flags(add_type(item.type, item.length, &global));
             if((flags & (FlagVoid | FlagRayQuery)) || item.length == 0) valid = false;
-            if(is_opaque(flags)) {
+            if(has_opaque(flags)) {
                 if(item.pass != PassIn) valid = false;
                 item.pass = PassOpaque;
             }
@@ -963,8 +967,8 @@ bool Compiler::parse_prototype(const char *&s, const String &type, const String 
         if(parameters.size() > 255) Parser::error("invalid %s%s) function type\n", name.get(), signature.get());
         for(uint32_t i = 0; i < parameters.size(); i++) {
             const Parameter &parameter = parameters[i];
-            const uint32_t storage = (parameter.pass == PassOpaque) ? SpvStorageClassUniformConstant
-                                                                    : SpvStorageClassFunction;
+            const uint32_t storage =
+                (parameter.pass == PassOpaque) ? SpvStorageClassUniformConstant : SpvStorageClassFunction;
             Variable &variable = add_variable(parameter.name, parameter.type, parameter.length, storage, &func.scope);
             variable.decorations = parameter.decorations;
             variable.decorations.remove(SpvDecorationConstant);
@@ -1049,10 +1053,10 @@ void Compiler::parse_global(const char *src, uint32_t &offset, bool internal) {
         }
         if(*s == ';') {
             // the matrix and packing defaults of a storage stand without a name
-            const bool defaults = qualifiers.mask == (Qualifiers::MaskLayout | Qualifiers::MaskStorage) &&
-                                  (qualifiers.storage == SpvStorageClassUniform ||
-                                   qualifiers.storage == SpvStorageClassStorageBuffer) &&
-                                  qualifiers.decorations.empty() && qualifiers.has_packing;
+            const bool defaults =
+                qualifiers.mask == (Qualifiers::MaskLayout | Qualifiers::MaskStorage) &&
+                (qualifiers.storage == SpvStorageClassUniform || qualifiers.storage == SpvStorageClassStorageBuffer) &&
+                qualifiers.decorations.empty() && qualifiers.has_packing;
             if(!defaults) qualifiers.check_unused();
             qualifiers = Qualifiers();
             s++;

@@ -254,8 +254,7 @@ uint32_t Compiler::add_cast_opcodes(Function &func, Flags to, uint32_t value) {
         value = add_unary_opcode(func, SpvOpBitcast, step, value);
     }
     if((from & FlagBits) != (to & FlagBits)) {
-        const SpvOp opcode =
-            (to & FlagFloat) ? SpvOpFConvert : (to & FlagUInt) ? SpvOpUConvert : SpvOpSConvert;
+        const SpvOp opcode = (to & FlagFloat) ? SpvOpFConvert : (to & FlagUInt) ? SpvOpUConvert : SpvOpSConvert;
         value = add_unary_opcode(func, opcode, flags, value);
     }
     return value;

@@ -84,8 +84,8 @@ Compiler::LayoutInfo Compiler::get_layout(String &type, uint32_t length, Packing
 
 // Layout of all members without a change to the structure. Members that say row_major or column_major themselves have
 // decoration 4 or 5, those that say an offset decoration 35, an alignment decoration 44.
-void Compiler::get_structure_layout(Structure &structure, Packing packing, bool row_major,
-                                    Array<MemberLayout> &members, LayoutInfo &info) {
+void Compiler::get_structure_layout(Structure &structure, Packing packing, bool row_major, Array<MemberLayout> &members,
+                                    LayoutInfo &info) {
     uint64_t offset = 0;
     info.alignment = 1;
     for(uint32_t i = 0; i < structure.variables.size(); i++) {

@@ -46,7 +46,9 @@ constexpr Declare declares[] = {
 #include "KolmCompilerBuiltins.inc"
 };
 
-bool is_name_char(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_'; }
+bool is_name_char(char c) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_';
+}
 
 // Whether the line declares a block with an array of instances.
 bool is_arrayed_block(const char *line) {
@@ -317,8 +319,8 @@ bool Compiler::add_builtin(const String &name) {
 }
 
 void Compiler::add_builtin(uint32_t builtin) {
-    const bool before_raster = (execution_model == SpvExecutionModelVertex ||
-                                execution_model == SpvExecutionModelTessellationEvaluation);
+    const bool before_raster =
+        (execution_model == SpvExecutionModelVertex || execution_model == SpvExecutionModelTessellationEvaluation);
     const bool fragment = (execution_model == SpvExecutionModelFragment);
 
     static constexpr struct {

@@ -143,10 +143,18 @@ Compiler::Flags Compiler::get_matrix_flags(Flags flags, uint32_t width, uint32_t
 
 uint32_t Compiler::get_swizzle(char c) {
     switch(c) {
-    case 'x': case 'r': case 's': return 0;
-    case 'y': case 'g': case 't': return 1;
-    case 'z': case 'b': case 'p': return 2;
-    case 'w': case 'a': case 'q': return 3;
+    case 'x':
+    case 'r':
+    case 's': return 0;
+    case 'y':
+    case 'g':
+    case 't': return 1;
+    case 'z':
+    case 'b':
+    case 'p': return 2;
+    case 'w':
+    case 'a':
+    case 'q': return 3;
     default: return ~0u;
     }
 }
@@ -608,10 +616,9 @@ uint32_t Compiler::add_image(const String &name, uint32_t format) {
     }
 
     const uint32_t type = add_type(FlagScalar | sample | (wide ? Flag64Bit : Flag32Bit));
-    const uint32_t target = add_new_type(
-        key.get(), flags, type, ~0u, SpvOpTypeImage,
-        {type, dim, shadow ? 1u : 0u, array ? 1u : 0u, multisample ? 1u : 0u, texture ? 1u : 2u,
-         (format != ~0u) ? format : 0u});
+    const uint32_t target = add_new_type(key.get(), flags, type, ~0u, SpvOpTypeImage,
+                                         {type, dim, shadow ? 1u : 0u, array ? 1u : 0u, multisample ? 1u : 0u,
+                                          texture ? 1u : 2u, (format != ~0u) ? format : 0u});
     return target;
 }
 
