@@ -29,7 +29,7 @@ std::string run_command(const char *command, const std::string &text) {
     const int fd = mkstemp(name);
     EXPECT_EQ(write(fd, text.data(), text.size()), ssize_t(text.size()));
     close(fd);
-    FILE *pipe = popen((std::string(command) + " < " + name).c_str(), "r");
+    FILE *pipe = popen(("(" + std::string(command) + ") < " + name).c_str(), "r");
     std::string ret;
     for(int c; pipe && (c = getc(pipe)) != EOF && c != ' ';) ret += char(c);
     if(pipe) pclose(pipe);

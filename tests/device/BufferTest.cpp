@@ -146,7 +146,7 @@ TEST_F(BufferTest, refuses_operations_with_one_reason) {
         {"bind of half a page", [&] { return sparse->check_bind(&odd, &page, 1); },
          "Buffer::bind(): invalid range 100-4196 for 4096 page\n"},
         {"bind past the end", [&] { return sparse->check_bind(&end, &page, 1); },
-         "Buffer::bind(): invalid range 16384-20480 for 16 KB Sparse buffer\n"},
+         "Buffer::bind(): invalid range 16384-20480 for 16.0 KB Sparse buffer\n"},
     };
     for(const auto &row : rows) {
         SCOPED_TRACE(row.name);

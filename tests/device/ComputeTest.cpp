@@ -267,11 +267,11 @@ TEST_F(ComputeTest, stops_misuse_before_the_driver) {
          "setTexelBuffer(): invalid texel index 0: blur kernel has 0"},
         // buffer
         {[&] { compute->setUniformBuffer(0, storage.get()); },
-         "setUniformBuffer(): invalid buffer: data buffer (1 KB Source Storage) needs the flag Uniform "},
+         "setUniformBuffer(): invalid buffer: data buffer (1.0 KB Source Storage) needs the flag Uniform"},
         {[&] { compute->setStorageBuffer(0, uniform.get()); },
-         "setStorageBuffer(): invalid buffer: params buffer (1 KB Uniform) needs the flag Storage "},
+         "setStorageBuffer(): invalid buffer: params buffer (1.0 KB Uniform) needs the flag Storage"},
         {[&] { compute->setIndirectBuffer(storage.get()); },
-         "setIndirectBuffer(): invalid buffer: data buffer (1 KB Source Storage) needs the flag Indirect "},
+         "setIndirectBuffer(): invalid buffer: data buffer (1.0 KB Source Storage) needs the flag Indirect"},
         {[&] { compute->setStorageBuffer(0, fresh.get()); }, "setStorageBuffer(): unnamed buffer is not created"},
         {[&] { compute->setStorageBuffer(0, foreign.get()); },
          "setStorageBuffer(): invalid platform: unnamed buffer is of Cuda"},
@@ -305,7 +305,7 @@ TEST_F(ComputeTest, stops_misuse_before_the_driver) {
         {[&] { compute->dispatchIndirect(); }, "dispatchIndirect(): indirect buffer is null"},
         // conditions
         {[&] { compute->beginConditional(storage.get(), 0); },
-         "beginConditional(): invalid buffer: data buffer (1 KB Source Storage) needs the flag Conditional "},
+         "beginConditional(): invalid buffer: data buffer (1.0 KB Source Storage) needs the flag Conditional"},
         {[&] { compute->beginConditional(condition.get(), 2); },
          "beginConditional(): invalid offset 2: a multiple of 4 is needed"},
         {[&] { compute->beginConditional(condition.get(), 16); },

@@ -570,7 +570,7 @@ private:
 
     void include(Directive directive, String &name) {
         if(state.include_depth >= Shader::State::MaxIncludeDepth || state.num_includes >= Shader::State::MaxIncludes) {
-            state.include_overflow = true;
+            state.include_overflow = 1;
             Parser::error("can't %s \"%s\" file, too many files\n", directive_names[directive], name.get());
         }
         StringStack<1024> text;
@@ -628,12 +628,13 @@ bool Shader::preprocessor(const char *src, String &dest, State &state, bool expa
         preprocessor.process();
         return true;
     } catch(const String &error) {
-        // of a chain of files that include each other, the innermost and the outermost speak
-        if(!state.include_overflow || state.include_depth == 0 || state.include_depth >= State::MaxIncludeDepth) {
+        // Of a chain of files that is too long, the innermost and the outermost speak.
+        if(state.include_overflow < 2 || state.include_depth == 0) {
             const uint32_t line = preprocessor.get_error_line();
             Log::printf(Log::Error, "Shader::preprocessor(): %s%s:%u: %s\n", error.get(), state.get_name().get(), line,
                         preprocessor.get_line_text(line).get());
         }
+        if(state.include_overflow) state.include_overflow = 2;
         return false;
     }
 }
