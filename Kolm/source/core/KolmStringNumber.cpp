@@ -124,7 +124,7 @@ float64_t scale_power(float64_t value, int32_t power) {
     if(power >= 0 && power <= 22) return value / exact_powers[power];
     if(power < 0 && power >= -22) return value * exact_powers[-power];
     char text[64];
-    char *end = std::to_chars(text, text + sizeof(text), value, std::chars_format::scientific).ptr;
+    char *end = std::to_chars(text, text + sizeof(text), value, std::chars_format::scientific, 17).ptr;
     const char *e = static_cast<const char *>(memchr(text, 'e', size_t(end - text)));
     int32_t exponent = 0;
     std::from_chars(e + (e[1] == '+' ? 2 : 1), end, exponent);
@@ -418,20 +418,48 @@ String String::fromf64e(float64_t value, uint32_t digits) { return fromf64(value
 
 // -- Text to numbers --
 
-#define TO_RADIX(NAME, TYPE, PARSE, PARSE_TYPE)                                                                        \
-    TYPE String::NAME(const char *str, uint32_t radix, uint32_t *consumed) {                                           \
-        KOLM_ASSERT((radix == 2 || radix == 8 || radix == 10 || radix == 16) && "String::" #NAME "(): unknown radix"); \
-        return TYPE(PARSE<PARSE_TYPE>(str ? str : null_data, radix, consumed));                                        \
-    }                                                                                                                  \
-    TYPE String::NAME(uint32_t radix, uint32_t pos, uint32_t *consumed) const {                                        \
-        KOLM_ASSERT(pos <= length && "String::" #NAME "(): invalid position");                                         \
-        return NAME(data + pos, radix, consumed);                                                                      \
-    }
-TO_RADIX(toi32, int32_t, parse_signed, uint32_t)
-TO_RADIX(toi64, int64_t, parse_signed, uint64_t)
-TO_RADIX(tou32, uint32_t, parse_unsigned, uint32_t)
-TO_RADIX(tou64, uint64_t, parse_unsigned, uint64_t)
-#undef TO_RADIX
+// Digits are whole bits, or decimal.
+static bool is_radix(uint32_t radix) { return radix == 2 || radix == 8 || radix == 10 || radix == 16; }
+
+int32_t String::toi32(const char *str, uint32_t radix, uint32_t *consumed) {
+    KOLM_ASSERT(is_radix(radix) && "String::toi32(): unknown radix");
+    return int32_t(parse_signed<uint32_t>(str ? str : null_data, radix, consumed));
+}
+
+int64_t String::toi64(const char *str, uint32_t radix, uint32_t *consumed) {
+    KOLM_ASSERT(is_radix(radix) && "String::toi64(): unknown radix");
+    return int64_t(parse_signed<uint64_t>(str ? str : null_data, radix, consumed));
+}
+
+uint32_t String::tou32(const char *str, uint32_t radix, uint32_t *consumed) {
+    KOLM_ASSERT(is_radix(radix) && "String::tou32(): unknown radix");
+    return parse_unsigned<uint32_t>(str ? str : null_data, radix, consumed);
+}
+
+uint64_t String::tou64(const char *str, uint32_t radix, uint32_t *consumed) {
+    KOLM_ASSERT(is_radix(radix) && "String::tou64(): unknown radix");
+    return parse_unsigned<uint64_t>(str ? str : null_data, radix, consumed);
+}
+
+int32_t String::toi32(uint32_t radix, uint32_t pos, uint32_t *consumed) const {
+    KOLM_ASSERT(pos <= length && "String::toi32(): invalid position");
+    return toi32(data + pos, radix, consumed);
+}
+
+int64_t String::toi64(uint32_t radix, uint32_t pos, uint32_t *consumed) const {
+    KOLM_ASSERT(pos <= length && "String::toi64(): invalid position");
+    return toi64(data + pos, radix, consumed);
+}
+
+uint32_t String::tou32(uint32_t radix, uint32_t pos, uint32_t *consumed) const {
+    KOLM_ASSERT(pos <= length && "String::tou32(): invalid position");
+    return tou32(data + pos, radix, consumed);
+}
+
+uint64_t String::tou64(uint32_t radix, uint32_t pos, uint32_t *consumed) const {
+    KOLM_ASSERT(pos <= length && "String::tou64(): invalid position");
+    return tou64(data + pos, radix, consumed);
+}
 
 float32_t String::tof32(const char *str, uint32_t *consumed) {
     return parse_float<float32_t>(str ? str : null_data, consumed);
