@@ -29,7 +29,7 @@ std::string run_command(const char *command, const std::string &text) {
     const int fd = mkstemp(name);
     EXPECT_EQ(write(fd, text.data(), text.size()), ssize_t(text.size()));
     close(fd);
-    FILE *pipe = popen((std::string(command) + " < " + name).c_str(), "r");
+    FILE *pipe = popen(("(" + std::string(command) + ") < " + name).c_str(), "r");
     std::string ret;
     for(int c; pipe && (c = getc(pipe)) != EOF && c != ' ';) ret += char(c);
     if(pipe) pclose(pipe);
@@ -218,6 +218,22 @@ TEST(Blob, unpacks_embedded_stores) {
     EXPECT_FALSE(blob.setData(rows_of(rows)));
     EXPECT_EQ(blob.getSize(), 0u);
     EXPECT_EQ(log.take(), "Stream::decodeZip(): can't read stream\nBlob::setData(): can't set data\n");
+}
+
+// What the packer writes, read as numbers.
+TEST(Blob, unpacks_what_the_packer_wrote) {
+    const std::string packer = OSTREVAN_BINARIES "/blob_pack";
+    if(access(packer.c_str(), X_OK)) GTEST_SKIP() << "the packer was not built";
+    std::string text;
+    for(int i = 0; i < 5000; i++) text += std::to_string(i * i % 977) + " ";
+    const std::string source = run_command((packer + " test /dev/stdin /dev/stdout | tr -d ' '").c_str(), text);
+    ASSERT_NE(source.find("staticconstuint8_ttest_blob_src[][256]={\n"), std::string::npos);
+    Bytes rows;
+    for(const char *ptr = strstr(source.c_str(), "]={") + 3; (ptr = strpbrk(ptr, "0123456789"));)
+        rows.push_back(uint8_t(strtoul(ptr, const_cast<char **>(&ptr), 10)));
+    ASSERT_EQ(rows.size() % 256, 0u);
+    EXPECT_EQ(text_of(Blob(rows_of(rows))), text);
+    EXPECT_NE(system((packer + " test /nowhere /dev/null 2>/dev/null").c_str()), 0);
 }
 
 TEST(Blob, digests_are_those_of_the_system_tools) {

@@ -58,7 +58,7 @@ public:
     /// Blocks that are allocated now.
     static size_t getAllocations() { return size_t(int32_t(counters.num_allocations)); }
 
-private:
+protected:
     // The two counters change on every call, from any thread: each has a cache line of its own.
     struct Counters {
         alignas(64) Atomici64 memory_usage;

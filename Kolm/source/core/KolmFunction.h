@@ -72,6 +72,10 @@ public:
                                                      std::is_invocable_r_v<Ret, std::decay_t<Functor> &, Args...> &&
                                                      !std::is_convertible_v<Functor, Ret (*)(Args...)>>>
     Function(const Functor &functor) {
+        // A function of another signature or of the public layer that is empty gives an empty function.
+        if constexpr(requires { typename Functor::LambdaBase; }) {
+            if(functor.empty()) return;
+        }
         set_lambda(functor);
     }
     template<class Functor,

@@ -68,47 +68,28 @@ String Stream::gets(bool *status) {
     while(isAvailable()) {
         char buffer[chunk_size];
         const size_t size = read(buffer, sizeof(buffer));
-        if(size == 0 || ret.size() > max_string - size) {
+        const size_t length = ret.size() + size;
+        if(size && length <= max_string) ret.append(buffer, static_cast<uint32_t>(size));
+        if(size == 0 || ret.size() != length) {
             if(status) *status = false;
             break;
         }
-        ret.append(buffer, static_cast<uint32_t>(size));
     }
     return ret;
 }
 
 // encoded integers
 
-uint32_t Stream::read_encoded(uint8_t *dest, uint32_t max) {
-    uint32_t num = 0;
-    while(num < max && read(dest + num, 1) == 1) {
-        if(dest[num++] & 0x80) break;
+bool Stream::read_encoded(uint64_t &value, uint32_t max) {
+    value = 0;
+    for(uint32_t i = 0; i < max; i++) {
+        uint8_t byte;
+        if(read(&byte, 1) != 1) break;
+        value |= uint64_t(byte & 0x7F) << (7 * i);
+        if(byte & 0x80) return true;
     }
-    return num;
-}
-
-uint32_t Stream::readu32e(bool *status) {
-    uint8_t bytes[5];
-    const uint32_t num = read_encoded(bytes, sizeof(bytes));
-    if(KOLM_UNLIKELY(num == 0 || (bytes[num - 1] & 0x80) == 0)) {
-        if(status) *status = false;
-        return 0;
-    }
-    uint32_t value = 0;
-    for(uint32_t i = 0; i < num; i++) value |= uint32_t(bytes[i] & 0x7F) << (7 * i);
-    return value;
-}
-
-uint64_t Stream::readu64e(bool *status) {
-    uint8_t bytes[9];
-    const uint32_t num = read_encoded(bytes, sizeof(bytes));
-    if(KOLM_UNLIKELY(num == 0 || (bytes[num - 1] & 0x80) == 0)) {
-        if(status) *status = false;
-        return 0;
-    }
-    uint64_t value = 0;
-    for(uint32_t i = 0; i < num; i++) value |= uint64_t(bytes[i] & 0x7F) << (7 * i);
-    return value;
+    value = 0;
+    return false;
 }
 
 bool Stream::writeu32e(uint32_t value) {
@@ -140,11 +121,12 @@ bool Stream::read_string(String &dest, size_t size) {
     while(dest.size() < size) {
         char buffer[chunk_size];
         const size_t num = min(size - dest.size(), sizeof(buffer));
-        if(read(buffer, num) != num) {
+        const size_t length = dest.size() + num;
+        if(read(buffer, num) == num) dest.append(buffer, static_cast<uint32_t>(num));
+        if(dest.size() != length) {
             dest.clear();
             return false;
         }
-        dest.append(buffer, static_cast<uint32_t>(num));
     }
     return true;
 }

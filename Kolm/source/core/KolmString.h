@@ -475,6 +475,7 @@ public:
 
 private:
     bool create(const char *str, uint32_t size, uint32_t num);
+    uint32_t split_bytes(const char *str, uint32_t size, const char *delimiters, bool skip_empty);
 
     uint32_t capacity = 0; // bytes of `data`
     uint32_t length = 0;   // bytes in use: the pieces and their terminators

@@ -12,8 +12,7 @@
 namespace Kolm {
 
 struct ComputeRecorder::SlotKind {
-    const char *name; // in messages
-    const char *flag_name;
+    const char *name;   // in messages
     Buffer::Flags flag; // that a buffer needs
     Transient transient;
     Slot *slots;
@@ -62,8 +61,10 @@ void ComputeRecorder::check_created(const char *method, const Buffer *buffer) co
 void ComputeRecorder::check_flag(const char *method, const Buffer *buffer, Buffer::Flags flag) const {
     check_created(method, buffer);
     if(KOLM_LIKELY(buffer->hasFlags(flag))) return;
+    String flag_name = Buffer::getFlagsName(flag);
+    flag_name.removeBack();
     fail(method, "invalid buffer: %s buffer (%s) needs the flag %s", get_text(buffer->getName()),
-         buffer->getDescription().get(), Buffer::getFlagsName(flag).get());
+         buffer->getDescription().get(), flag_name.get());
 }
 
 // kernel
@@ -86,7 +87,6 @@ void ComputeRecorder::setKernel(Kernel *new_kernel) {
 
 ComputeRecorder::SlotKind ComputeRecorder::get_uniform_kind() {
     return {"uniform",
-            "Uniform",
             Buffer::FlagUniform,
             TransientUniform,
             uniforms,
@@ -101,7 +101,6 @@ ComputeRecorder::SlotKind ComputeRecorder::get_uniform_kind() {
 
 ComputeRecorder::SlotKind ComputeRecorder::get_storage_kind() {
     return {"storage",
-            "Storage",
             Buffer::FlagStorage,
             TransientStorage,
             storages,
@@ -116,7 +115,7 @@ ComputeRecorder::SlotKind ComputeRecorder::get_storage_kind() {
 
 // The indirect source is no descriptor: nothing has to be updated for it.
 ComputeRecorder::SlotKind ComputeRecorder::get_indirect_kind() {
-    return {"indirect", "Indirect", Buffer::FlagIndirect, TransientIndirect, &indirect, 1, nullptr, 4, 0, false, 0, 0};
+    return {"indirect", Buffer::FlagIndirect, TransientIndirect, &indirect, 1, nullptr, 4, 0, false, 0, 0};
 }
 
 ComputeRecorder::Slot &ComputeRecorder::get_slot(const SlotKind &kind, const char *method, uint32_t index) {

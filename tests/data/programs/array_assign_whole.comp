@@ -1,4 +1,5 @@
 // whole arrays assigned and compared element by element
+// expect: 40200000 40a00000 40600000
 #version 450
 layout(local_size_x = 1) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

@@ -1,4 +1,5 @@
 // constant arrays with initialiser lists in constructors, read at runtime
+// expect: 0000017a 40000000 0000000d
 #version 450
 layout(local_size_x = 1) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

@@ -1,4 +1,5 @@
 // a local array filled backwards and read by computed indices
+// expect: 00000002 0000000a
 #version 450
 layout(local_size_x = 1) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

@@ -1,4 +1,5 @@
 // an array of structures, sorted in place by one member
+// expect: 00000001 00000016 00000023 00000030 00000045 00000052 00000067 00000074
 #version 450
 layout(local_size_x = 1) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

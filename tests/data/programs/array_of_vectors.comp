@@ -1,4 +1,5 @@
 // a constant array of vectors, rotated and summed
+// expect: 40800000 00000000
 #version 450
 layout(local_size_x = 1) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

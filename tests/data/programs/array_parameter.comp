@@ -1,4 +1,5 @@
 // arrays as parameters: in, inout
+// expect: 000010e1 00000598 0000085f
 #version 450
 layout(local_size_x = 1) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

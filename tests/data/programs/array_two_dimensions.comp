@@ -1,4 +1,5 @@
 // an array of arrays
+// expect: 0000009c 00000017
 #version 450
 layout(local_size_x = 1) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

@@ -1,4 +1,5 @@
 // atomic functions on shared memory and on a buffer
+// expect: 00000040 ffffffff 00000000 000000bd 0000004d 00000042 00000000 00000000 000007e0 ffffffec
 #version 450
 layout(local_size_x = 64) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

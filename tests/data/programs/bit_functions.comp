@@ -1,4 +1,5 @@
 // bit fields, counts and searches
+// expect: 000000d2 00000004 00000168 b4b4b4b4 00000010 00000003 0000001d 00000005 40490fdb 3fc00000 00000002
 #version 450
 layout(local_size_x = 1) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

@@ -1,4 +1,5 @@
 // scalars, vectors and arrays of a std140 block stand where they should
+// expect: 42440000
 #version 450
 layout(local_size_x = 1) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

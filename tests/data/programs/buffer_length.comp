@@ -1,4 +1,5 @@
 // length of a runtime array
+// expect: 00000040 000007e0
 #version 450
 layout(local_size_x = 1) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

@@ -1,4 +1,5 @@
 // several declarators with initialisers and arrays in one statement
+// expect: 00007789 40800000
 #version 450
 layout(local_size_x = 1) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

@@ -1,4 +1,5 @@
 // global constants that depend on each other
+// expect: 00000014 0000000d 40c90fdb 40400000 0000000f 00000001
 #version 450
 layout(local_size_x = 1) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

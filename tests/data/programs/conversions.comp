@@ -1,4 +1,5 @@
 // conversions between all scalar types
+// expect: fffffff9 00000001 3f800000 4ecb4178 00000003 00000004 000000bf 00000002 3f800000
 #version 450
 layout(local_size_x = 1) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

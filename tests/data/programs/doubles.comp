@@ -1,4 +1,5 @@
 // double precision arithmetic
+// expect about: 000a2c2a 00000001 3eaaaaab
 #version 450
 layout(local_size_x = 1) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

@@ -1,4 +1,5 @@
 // in parameters are copies: writing them changes nothing outside
+// expect: 00000070 00000006 3f800000
 #version 450
 layout(local_size_x = 1) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

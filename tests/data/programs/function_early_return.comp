@@ -1,4 +1,5 @@
 // returns out of nested loops and conditions
+// expect: 000000cb fffffffb ffffffff 0000000a 00000001
 #version 450
 layout(local_size_x = 1) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

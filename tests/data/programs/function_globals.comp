@@ -1,4 +1,5 @@
 // functions that read and write global variables
+// expect: 00000552 00001b74 00000002 00009657
 #version 450
 layout(local_size_x = 1) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

@@ -1,4 +1,5 @@
 // calls as arguments of calls
+// expect about: 40a00000 40b00000
 #version 450
 layout(local_size_x = 1) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

@@ -1,4 +1,5 @@
 // out and inout parameters of scalars
+// expect: 00000009 00000002 00000026
 #version 450
 layout(local_size_x = 1) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

@@ -1,4 +1,5 @@
 // out arguments that are elements, swizzles, members and buffer words
+// expect: 00000007 40000000 41100000 40c00000 41800000 41400000
 #version 450
 layout(local_size_x = 1) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

@@ -1,4 +1,5 @@
 // overloads chosen by the types of their arguments
+// expect: 00000001 00000002 00000003 00000004 00000005 00000006 00000007 00000008 00000009
 #version 450
 layout(local_size_x = 1) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

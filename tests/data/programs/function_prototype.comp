@@ -1,4 +1,5 @@
 // a function declared first and defined behind its caller
+// expect: 00f1ecd3 00000218
 #version 450
 layout(local_size_x = 1) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

@@ -1,4 +1,5 @@
 // a function's result is indexed, swizzled and used at once
+// expect: 40c00000 41000000 42200000 41f00000
 #version 450
 layout(local_size_x = 1) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

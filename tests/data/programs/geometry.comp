@@ -1,4 +1,5 @@
 // dot, cross, length, distance, normalize, reflect, refract, faceforward
+// expect about: 41c80000 40a00000 40ac5345 c1000000 40c00000 3f19999a c0800000 3f0a3d71 c0000000
 #version 450
 layout(local_size_x = 1) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

@@ -1,4 +1,5 @@
 // chains of else if, with and without braces
+// expect: 00000001 00000002 00000019 00000003 00000004
 #version 450
 layout(local_size_x = 1) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

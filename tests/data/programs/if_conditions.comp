@@ -1,4 +1,5 @@
 // conditions from comparisons, logic and integers made bool
+// expect: 00000037
 #version 450
 layout(local_size_x = 1) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

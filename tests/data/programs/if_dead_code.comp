@@ -1,4 +1,5 @@
 // statements behind return and break are never reached
+// expect: 00000006
 #version 450
 layout(local_size_x = 1) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

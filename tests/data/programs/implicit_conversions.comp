@@ -1,4 +1,5 @@
 // integers used where floats are wanted
+// expect: 41d80000 40900000 40c00000 00000008
 #version 450
 layout(local_size_x = 1) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

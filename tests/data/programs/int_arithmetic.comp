@@ -1,4 +1,5 @@
 // wrapping signed and unsigned arithmetic
+// expect: 8000003b fffffffe 00000004 fffffffe 00000001 24924924 00000126 00000691
 #version 450
 layout(local_size_x = 1) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

@@ -1,4 +1,5 @@
 // shifts and bitwise operators on both signs
+// expect: fffffff6 3ffffff6 fffffb00 0000000c 0000006d 000000d2 ffffffd2 000002c9 00000050
 #version 450
 layout(local_size_x = 1) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

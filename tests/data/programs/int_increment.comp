@@ -1,4 +1,5 @@
 // prefix and postfix increments as statements and values
+// expect: 0000168f 0000010e 41500000
 #version 450
 layout(local_size_x = 1) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

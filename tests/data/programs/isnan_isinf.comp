@@ -1,4 +1,5 @@
 // special values are told apart
+// expect: 00000013
 #version 450
 layout(local_size_x = 1) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

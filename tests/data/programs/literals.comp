@@ -1,4 +1,5 @@
 // literals in all their spellings
+// expect: 0000010f 0000008e ffffffff 447a0000 3f000000 40000000 3c4ccccd ffffffff 3f800000
 #version 450
 layout(local_size_x = 1) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

@@ -1,4 +1,5 @@
 // operator precedence over many levels
+// expect: 00000027 ffffffd8 00000005 0000000f 00000001 ffffffa6
 #version 450
 layout(local_size_x = 1) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

@@ -1,4 +1,5 @@
 // break out of the inner of two loops
+// expect: 0000010a
 #version 450
 layout(local_size_x = 1) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

@@ -1,4 +1,5 @@
 // a while loop whose length depends on its input
+// expect: 00000000 00000001 00000007 00000002 00000005 00000008 00000010 00000003 00000013 00000006 0000000e 00000009
 #version 450
 layout(local_size_x = 1) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

@@ -1,4 +1,5 @@
 // continue in all three kinds of loop
+// expect: 00000064 00000093 00000024
 #version 450
 layout(local_size_x = 1) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

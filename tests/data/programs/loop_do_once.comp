@@ -1,4 +1,5 @@
 // a do loop runs its body before the test
+// expect: 00000007 00000002
 #version 450
 layout(local_size_x = 1) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

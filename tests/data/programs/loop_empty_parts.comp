@@ -1,4 +1,5 @@
 // for loops without a start, a condition or a step
+// expect: 0000433a 00000009 00000004
 #version 450
 layout(local_size_x = 1) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

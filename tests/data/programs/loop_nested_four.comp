@@ -1,4 +1,5 @@
 // four loops in each other, left at different depths
+// expect: 00001e2a
 #version 450
 layout(local_size_x = 1) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

@@ -1,4 +1,5 @@
 // names that hide outer ones in loops and blocks
+// expect: 00000151 00000005
 #version 450
 layout(local_size_x = 1) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

@@ -1,4 +1,5 @@
 // a sieve over an array of flags
+// expect: 00000011 a86366c0
 #version 450
 layout(local_size_x = 1) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

@@ -1,4 +1,5 @@
 // a for loop over two variables with a comma in its step
+// expect: 00000046
 #version 450
 layout(local_size_x = 1) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

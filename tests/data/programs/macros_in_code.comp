@@ -1,4 +1,5 @@
 // object and function macros, conditions and line continuations
+// expect: 00000000 00000002 00000006 0000000c 00000063
 #version 450
 layout(local_size_x = 1) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

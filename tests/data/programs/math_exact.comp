@@ -1,4 +1,6 @@
 // functions whose results are exact
+// expect: 3fe00000 c0000000 bf800000 3e800000 bf800000 bf800000 c0000000 40400000 bf800000 00000000 00000006 0000005d
+// expect: 00000014 3f800000 3fc00000 40e00000
 #version 450
 layout(local_size_x = 1) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

@@ -1,4 +1,6 @@
 // transcendental functions
+// expect about: 3f48881d 3f1f21d4 3fa14cde 401d6a24 bdd7c743 3f44b80e 3f72dce9 3f86ec81 3feedb42 be1ba6b4 3f8f6034 3ee6ee18
+// expect about: 3f3b99b6 4004fc35 3c80adfc 424e43ca 3f8364e7 3f375f4c 3ed9ba5f
 #version 450
 layout(local_size_x = 1) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

@@ -1,4 +1,5 @@
 // mat2x2: constructor, columns, elements, products with vectors and with its transpose
+// expect: 41000000 41900000 - - 40c00000 41200000 - - 41280000 41e80000 42820000
 #version 450
 layout(local_size_x = 1) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

@@ -1,4 +1,5 @@
 // mat2x3: constructor, columns, elements, products with vectors and with its transpose
+// expect: 41200000 41600000 41c00000 - 41400000 41900000 - - 41580000 42400000 42ea0000
 #version 450
 layout(local_size_x = 1) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

@@ -1,4 +1,5 @@
 // mat2x4: constructor, columns, elements, products with vectors and with its transpose
+// expect: 41400000 41800000 41a00000 41f00000 41a00000 41e80000 - - 41840000 428e0000 43390000
 #version 450
 layout(local_size_x = 1) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

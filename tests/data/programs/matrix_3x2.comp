@@ -1,4 +1,5 @@
 // mat3x2: constructor, columns, elements, products with vectors and with its transpose
+// expect: 41b80000 421c0000 - - 40c00000 40e00000 41600000 - 41580000 42820000 42e20000
 #version 450
 layout(local_size_x = 1) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

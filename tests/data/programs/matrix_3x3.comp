@@ -1,4 +1,5 @@
 // mat3x3: constructor, columns, elements, products with vectors and with its transpose
+// expect: 41f80000 42180000 42580000 - 41400000 41700000 41d80000 - 41900000 42f00000 43580000
 #version 450
 layout(local_size_x = 1) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

@@ -1,4 +1,5 @@
 // mat3x4: constructor, columns, elements, products with vectors and with its transpose
+// expect: 421c0000 42380000 42540000 428a0000 41a00000 41d00000 42340000 - 41b40000 433f0000 43b08000
 #version 450
 layout(local_size_x = 1) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

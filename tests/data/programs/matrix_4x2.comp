@@ -1,4 +1,5 @@
 // mat4x2: constructor, columns, elements, products with vectors and with its transpose
+// expect: 424c0000 42940000 - - 40c00000 40e00000 41300000 41900000 41840000 42fe0000 433d0000
 #version 450
 layout(local_size_x = 1) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

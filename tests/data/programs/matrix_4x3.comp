@@ -1,4 +1,5 @@
 // mat4x3: constructor, columns, elements, products with vectors and with its transpose
+// expect: 428e0000 42a40000 42d20000 - 41400000 41700000 41c00000 42100000 41b40000 43790000 43bd0000
 #version 450
 layout(local_size_x = 1) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

@@ -1,4 +1,5 @@
 // mat4x4: constructor, columns, elements, products with vectors and with its transpose
+// expect: 42b60000 42cc0000 42e20000 43080000 41a00000 41d00000 42280000 42740000 41e40000 43cd8000 441e4000
 #version 450
 layout(local_size_x = 1) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

@@ -1,4 +1,5 @@
 // a matrix returned by a function, composed and applied
+// expect: c0400000 c0800000 c0800000 40400000
 #version 450
 layout(local_size_x = 1) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

@@ -1,4 +1,5 @@
 // matrices in std140 and std430 blocks keep their strides
+// expect: 41a00000 41b00000
 #version 450
 layout(local_size_x = 1) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

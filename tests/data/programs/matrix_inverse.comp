@@ -1,4 +1,5 @@
 // inverse and determinant undo a transform
+// expect about: 41100000 000003e8 00000000 000003e8 41000000
 #version 450
 layout(local_size_x = 1) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

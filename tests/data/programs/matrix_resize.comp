@@ -1,4 +1,5 @@
 // matrices made from a scalar and from matrices of other sizes
+// expect: 40400000 40400000 40e00000 44324000
 #version 450
 layout(local_size_x = 1) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

@@ -1,4 +1,5 @@
 // blocks with instance names, structures in them, and runtime array length
+// expect: 0000000f 40200000 00000004
 #version 450
 layout(local_size_x = 1) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

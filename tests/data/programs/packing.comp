@@ -1,4 +1,5 @@
 // packing and unpacking of small formats
+// expect: 40ff0080 c0003800 7fffc000 8000ffff 7f004081 c0000000 3f800000 3f800000 3f800000
 #version 450
 layout(local_size_x = 1) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

@@ -1,4 +1,5 @@
 // precision qualifiers and statements change nothing
+// expect: 41000000
 #version 450
 layout(local_size_x = 1) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

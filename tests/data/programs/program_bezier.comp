@@ -1,4 +1,5 @@
 // a curve evaluated by repeated interpolation in arrays of vectors
+// expect about: 00000000 00000000 40800000 40000000 40a00000 40000000 40800000 41800000 00000000
 #version 450
 layout(local_size_x = 1) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

@@ -1,4 +1,5 @@
 // a matrix power in fixed-point arithmetic
+// expect: 0000006d 000000b2 ffffff44 0000006d
 #version 450
 layout(local_size_x = 1) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

@@ -1,4 +1,6 @@
 // an integer hash over its input
+// expect: b5ec49ec caa35597 3310a04f 8beb840a 6ac39dd3 b915edf4 6ebd068b dd149350 6f67d27a 4ddc4b89 85ef6473 e1cbf2a8
+// expect: 4860eb9e d7381af4 ac0f2411 5582fa21 fcf56658
 #version 450
 layout(local_size_x = 1) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

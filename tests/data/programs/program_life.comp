@@ -1,4 +1,5 @@
 // one step of the game of life on a small board in an array
+// expect: 000000c7 0000001c 000000e3 00000018 000000c7 00000038 000000c7 00000014
 #version 450
 layout(local_size_x = 1) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

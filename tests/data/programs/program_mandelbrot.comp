@@ -1,4 +1,6 @@
 // escape counts of the Mandelbrot set
+// expect: 00000000 00000003 00000003 00000004 00000008 00000040 00000017 00000040 00000040 00000040 00000040 00000040
+// expect: 00000040 0000000c 00000003 00000002
 #version 450
 layout(local_size_x = 1) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

@@ -1,4 +1,5 @@
 // value noise with an integer hash
+// expect about: 3f3b6877 3f38b805 3f342c5c 3f34a7e0 3f4dd183 3f68e02a 3f6806b7 3f561fbe
 #version 450
 layout(local_size_x = 1) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

@@ -1,4 +1,5 @@
 // sphere tracing of a small signed-distance scene
+// expect about: 40090e3c 400276ae 40007a32 400276ae 40090e3c 40186606 407181f8 407aabf1
 #version 450
 layout(local_size_x = 1) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

@@ -1,4 +1,5 @@
 // a sum over a work group through shared memory and barriers
+// expect: 00000820
 #version 450
 layout(local_size_x = 64) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

@@ -1,4 +1,5 @@
 // an inclusive prefix sum in shared memory
+// expect: 0000001c 00000078 00000114 000001f0 0000030c 00000468 00000604 000007e0
 #version 450
 layout(local_size_x = 64) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

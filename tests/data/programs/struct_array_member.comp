@@ -1,4 +1,5 @@
 // a structure that holds an array, indexed by a runtime value
+// expect: 00001f51 00000011
 #version 450
 layout(local_size_x = 1) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

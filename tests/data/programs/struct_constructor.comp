@@ -1,4 +1,5 @@
 // structure constructors, nested, with conversions of their arguments
+// expect: 00000004 0000000c 40a00000 00000038
 #version 450
 layout(local_size_x = 1) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

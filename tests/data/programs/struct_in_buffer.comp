@@ -1,4 +1,5 @@
 // an array of structures in a storage buffer
+// expect: 41f80000 00004c32
 #version 450
 layout(local_size_x = 1) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

@@ -1,4 +1,5 @@
 // structures as parameters and results of functions
+// expect: 40400000 40c00000 40a00000 40400000 c0c00000 c0400000
 #version 450
 layout(local_size_x = 1) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

@@ -1,4 +1,5 @@
 // members of a local structure, read and written one by one
+// expect: 00000008 00000007 00000006 bfc00000
 #version 450
 layout(local_size_x = 1) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

@@ -1,4 +1,5 @@
 // switch with fall-through, shared labels and default in the middle
+// expect: 0000000a 00000014 00000014 00000023 00000005 00000005 00000005 00000046 00000005
 #version 450
 layout(local_size_x = 1) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

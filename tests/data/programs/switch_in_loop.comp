@@ -1,4 +1,5 @@
 // a switch inside a loop, break leaves only the switch
+// expect: 005c2a25
 #version 450
 layout(local_size_x = 1) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

@@ -1,4 +1,5 @@
 // returns inside the cases of an unsigned switch
+// expect: 0000002c 00000037 00000001
 #version 450
 layout(local_size_x = 1) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

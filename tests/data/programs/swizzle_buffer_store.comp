@@ -1,4 +1,5 @@
 // swizzled and indexed stores into vectors of a buffer
+// expect: 459d3800 462dfc00
 #version 450
 layout(local_size_x = 1) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

@@ -1,4 +1,5 @@
 // reads of one to four letters in all three alphabets
+// expect: 46070800 42780000 43760000 41c00000 40c00000 40400000
 #version 450
 layout(local_size_x = 1) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

@@ -1,4 +1,5 @@
 // stores through swizzles, plain and compound
+// expect: 41600000 42b20000 42700000 41100000 00009f63
 #version 450
 layout(local_size_x = 1) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

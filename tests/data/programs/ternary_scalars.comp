@@ -1,4 +1,5 @@
 // nested conditional operators over integers and floats
+// expect: 000000d2 000000d3 000000de 0000007b 00000086 00000087
 #version 450
 layout(local_size_x = 1) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

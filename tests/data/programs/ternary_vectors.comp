@@ -1,4 +1,5 @@
 // conditional operator over vectors with a scalar condition
+// expect: 40c00000 0000004e
 #version 450
 layout(local_size_x = 1) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

@@ -1,4 +1,5 @@
 // a std140 uniform block with arrays of vectors
+// expect: 4040b800 fc05c000
 #version 450
 layout(local_size_x = 1) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

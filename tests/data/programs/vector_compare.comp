@@ -1,4 +1,5 @@
 // component comparisons with any, all and not
+// expect: 0000000d 00000001 00000002
 #version 450
 layout(local_size_x = 1) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

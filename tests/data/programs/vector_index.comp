@@ -1,4 +1,5 @@
 // vectors and matrix columns indexed by runtime values
+// expect: 45b17000 3f800000 461eb800
 #version 450
 layout(local_size_x = 1) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

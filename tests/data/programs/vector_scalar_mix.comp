@@ -1,4 +1,5 @@
 // vectors with scalars on either side of an operator
+// expect: c3470000 43528000 42780000 446e4000 00000018 0001ff59
 #version 450
 layout(local_size_x = 1) in;
 layout(std430, binding = 0) buffer Results { uint results[]; };

@@ -412,7 +412,7 @@ private:
     void create();                                            // name tables
     void parse_directives(const char *src, uint32_t &offset); // first scan
     bool parse_directive(const char *&s);                     // one "#" line in the first scan
-    void parse_execution(const String &text, bool input, const char *context);
+    void parse_execution(const String &text, bool input);     // one "layout() in;"
     void compile_functions(const char *src, uint32_t &offset);
     static void check_depth(uint32_t depth); // error above MaxDepth
 
@@ -893,6 +893,13 @@ private:
     void create_opcodes(uint32_t profile, uint32_t version, const char *macros);
     void create_function(Function &func);
     void create_stub(Function &func);
+    void create_names(const char *macros);
+    void create_decorations();
+    void lower_storage_buffers();
+    uint32_t get_module_version() const;
+    void get_module_name(const String &name, uint32_t target, bool source_name, String &text) const;
+    bool is_arrayed(const Variable &variable) const;
+    void add_locations(const SmallMap &decorations, uint32_t type, Array<uint32_t> &places, const String &name);
 
     // -- State ------------------------------------------------------------------------------------------------------
 
@@ -917,6 +924,7 @@ private:
     StableArray<Structure> structures;
     StableArray<Reference> references;
     StableArray<Function> functions;
+    uint32_t entry_function = ~0u;      // index of "main"
     NameMap<uint32_t> function_names;   // to the first function of a name
     NameMap<uint32_t> layout_names;     // second layouts of structures, to the index of the structure
     TargetMap<uint32_t> target_indices; // id to index in variables, structures or functions

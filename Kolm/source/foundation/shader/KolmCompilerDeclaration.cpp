@@ -73,7 +73,7 @@ constexpr uint32_t StageClosest = 1u << 11;
 constexpr uint32_t StageMiss = 1u << 12;
 constexpr uint32_t StageCallable = 1u << 13;
 
-bool is_opaque(Compiler::Flags flags) {
+bool has_opaque(Compiler::Flags flags) {
     constexpr uint64_t mask = Compiler::FlagImage | Compiler::FlagImageBuffer | Compiler::FlagSampledImage |
                               Compiler::FlagSampler | Compiler::FlagAcceleration;
     return (flags & Compiler::Flags(mask)) != 0;
@@ -349,7 +349,7 @@ void Compiler::parse_members(const char *&s, Structure &structure, const Qualifi
             String type = base;
             const uint32_t length = get_array_type(type, lengths);
             const Flags flags = get_target_flags(add_type(type, ~0u, &global));
-            if(is_opaque(flags) || (flags & (FlagVoid | FlagRayQuery)) || strncmp(base.get(), "tensor", 6) == 0) {
+            if(has_opaque(flags) || (flags & (FlagVoid | FlagRayQuery)) || strncmp(base.get(), "tensor", 6) == 0) {
                 Parser::error("invalid \"%s\" member of %s type\n", name.get(), get_source_name(base).get());
             }
             if(memory && has_bool(add_type(type, ~0u, &global))) {
@@ -661,7 +661,7 @@ Compiler::Variable &Compiler::add_global(const String &name, const String &type,
     if(flags & FlagVoid) Parser::error("unknown type \"%s\"\n", "void");
     const bool block =
         (flags & FlagStructure) && structures[*target_indices.get(get_element_type(full))].storage != ~0u;
-    if(is_opaque(flags)) {
+    if(has_opaque(flags)) {
         if(storage != ~0u && storage != SpvStorageClassUniform) Parser::error("invalid storage class\n");
         storage = SpvStorageClassUniformConstant;
     } else if(storage == ~0u) {
@@ -880,7 +880,7 @@ bool Compiler::parse_prototype(const char *&s, const String &type, const String 
 
     const uint32_t result = add_type(type, ~0u, &global);
     const Flags result_flags = get_target_flags(result);
-    bool valid = !is_opaque(result_flags) && (result_flags & FlagRayQuery) == 0;
+    bool valid = !has_opaque(result_flags) && (result_flags & FlagRayQuery) == 0;
 
     Text::skip_blank(s);
     if(*s == ')') {
@@ -916,7 +916,7 @@ bool Compiler::parse_prototype(const char *&s, const String &type, const String 
                 item.decorations.append(decoration.key, decoration.data);
             const Flags flags = get_target_flags(add_type(item.type, item.length, &global));
             if((flags & (FlagVoid | FlagRayQuery)) || item.length == 0) valid = false;
-            if(is_opaque(flags)) {
+            if(has_opaque(flags)) {
                 if(item.pass != PassIn) valid = false;
                 item.pass = PassOpaque;
             }

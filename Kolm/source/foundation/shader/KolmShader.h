@@ -101,7 +101,7 @@ public:
     public:
         // Limits against hostile text.
         static constexpr uint32_t MaxDepth = 256;            // nesting of macro expansions
-        static constexpr uint32_t MaxExpansions = 1 << 23;   // macro expansions of one run
+        static constexpr uint32_t MaxExpansions = 1 << 22;   // macro expansions of one run
         static constexpr uint32_t MaxLength = 64 << 20;      // bytes of the output, and of one expansion
         static constexpr uint32_t MaxIncludeDepth = 64;      // nesting of #include
         static constexpr uint32_t MaxIncludes = 65536;       // included files of one run
@@ -189,7 +189,7 @@ public:
         uint32_t include_depth = 0;
         uint32_t num_includes = 0;
         uint32_t num_expansions = 0;
-        bool include_overflow = false; // too deep: the files in between stay silent
+        uint32_t include_overflow = 0; // 1: there were too many files, 2: and it was said
 
     private:
         struct Expression;
@@ -317,10 +317,15 @@ public:
     // the preprocessor alone; no macro but the given and the process-wide ones is set. A failure gives the null string.
 
     static String preprocessor(const char *src, const char *format = nullptr, ...) KOLM_PRINTF(2, 3);
+    /// A failure also sets \p status to false.
     static String preprocessor(const char *src, const String &macros, const char **includes = nullptr,
-                               uint32_t size = 0);
+                               uint32_t size = 0, bool *status = nullptr);
     static String preprocessor(const char *src, Array<Pragma> &pragmas, const String &macros,
-                               const char **includes = nullptr, uint32_t size = 0);
+                               const char **includes = nullptr, uint32_t size = 0, bool *status = nullptr);
+
+    /// Text of a file as loadGLSL() hands it to the compiler, with the macros of the base alone.
+    static String loadPreprocessor(const char *name, const String &macros, const char **includes = nullptr,
+                                   uint32_t size = 0, bool *status = nullptr);
 
     /// The engine: appends the preprocessed text to \p dest. With \p expand macros of ordinary text are expanded.
     /// On a failure \p dest holds what was reached, and the reason is in the log.
@@ -329,7 +334,7 @@ public:
 protected:
     /// Macros of the backend: a derived class sets its own, then calls its base.
     virtual bool set_macros(State &state) const;
-    /// Takes preprocessed text. The base refuses it.
+    /// Takes preprocessed text.
     virtual bool compile(Type type, const String &src, State &state) = 0;
     /// Takes SPIR-V words.
     virtual bool compile(Type type, const Array<uint32_t> &opcodes, State &state) = 0;
@@ -363,6 +368,9 @@ private:
                      bool glsl);
     bool create_source(Type type, const char *src, const char *name, const String &macros, const char **includes,
                        uint32_t size, bool glsl);
+    static bool set_state(State &state, const char *name, const String &macros, const char **includes, uint32_t size,
+                          bool glsl);
+    static bool set_base_macros(State &state);
     static Compiler *get_compiler();
 
     static SpinLock lock;

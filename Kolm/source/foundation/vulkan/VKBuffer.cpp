@@ -9,9 +9,12 @@
 namespace Kolm {
 
 VKBuffer::VKBuffer(VKContext *context)
-    : Buffer(context->getAdapter()->getIndex()), adapter(context->getAdapter()), context(context) {}
+    : Buffer(context->getAdapter()->getIndex()), adapter(context->getAdapter()), context(context->retain()) {}
 
-VKBuffer::~VKBuffer() { destroy(); }
+VKBuffer::~VKBuffer() {
+    destroy();
+    VKContext::release(context);
+}
 
 void VKBuffer::clear() {
     destroy();
@@ -49,8 +52,8 @@ void VKBuffer::setName(const char *name) {
 }
 
 VkBufferUsageFlags VKBuffer::get_usage_flags(Flags flags) const {
-    static constexpr struct {
-        Flags flags;
+    static const struct {
+        uint32_t flags;
         VkBufferUsageFlags usage;
     } usages[] = {
         {FlagSource, VK_BUFFER_USAGE_TRANSFER_SRC_BIT},
@@ -64,7 +67,7 @@ VkBufferUsageFlags VKBuffer::get_usage_flags(Flags flags) const {
         {FlagBinding, VK_BUFFER_USAGE_SHADER_BINDING_TABLE_BIT_KHR},
         {FlagTracing, VK_BUFFER_USAGE_ACCELERATION_STRUCTURE_BUILD_INPUT_READ_ONLY_BIT_KHR},
         {FlagAccel, VK_BUFFER_USAGE_ACCELERATION_STRUCTURE_STORAGE_BIT_KHR},
-        {Flags(FlagAddress | FlagTracing | FlagScratch), VK_BUFFER_USAGE_SHADER_DEVICE_ADDRESS_BIT},
+        {FlagAddress | FlagTracing | FlagScratch, VK_BUFFER_USAGE_SHADER_DEVICE_ADDRESS_BIT},
     };
     VkBufferUsageFlags usage = VK_BUFFER_USAGE_TRANSFER_DST_BIT;
     for(const auto &row : usages) {
@@ -87,8 +90,8 @@ VkMemoryPropertyFlags VKBuffer::get_memory_properties(Flags flags) const {
 }
 
 VkAccessFlags VKBuffer::getBufferAccessFlags(Flags flags) {
-    static constexpr struct {
-        Flags flags;
+    static const struct {
+        uint32_t flags;
         VkAccessFlags access;
     } accesses[] = {
         {FlagUniform, VK_ACCESS_UNIFORM_READ_BIT},
@@ -99,7 +102,7 @@ VkAccessFlags VKBuffer::getBufferAccessFlags(Flags flags) {
         {FlagIndex, VK_ACCESS_INDEX_READ_BIT},
         {FlagTexel, VK_ACCESS_SHADER_READ_BIT},
         {FlagSource, VK_ACCESS_TRANSFER_READ_BIT},
-        {Flags(FlagAccel | FlagTracing),
+        {FlagAccel | FlagTracing,
          VK_ACCESS_ACCELERATION_STRUCTURE_READ_BIT_KHR | VK_ACCESS_ACCELERATION_STRUCTURE_WRITE_BIT_KHR},
     };
     VkAccessFlags access = 0;
@@ -110,12 +113,12 @@ VkAccessFlags VKBuffer::getBufferAccessFlags(Flags flags) {
 }
 
 bool VKBuffer::create_buffer(Flags flags, size_t size) {
-    VkBufferCreateInfo info = {VK_STRUCTURE_TYPE_BUFFER_CREATE_INFO};
+    auto info = vk_record<VkBufferCreateInfo>(VK_STRUCTURE_TYPE_BUFFER_CREATE_INFO);
     info.size = size;
     info.usage = get_usage_flags(flags);
     if(flags & FlagSparse)
         info.flags |= VK_BUFFER_CREATE_SPARSE_BINDING_BIT | VK_BUFFER_CREATE_SPARSE_RESIDENCY_BIT;
-    VkExternalMemoryBufferCreateInfo external = {VK_STRUCTURE_TYPE_EXTERNAL_MEMORY_BUFFER_CREATE_INFO};
+    auto external = vk_record<VkExternalMemoryBufferCreateInfo>(VK_STRUCTURE_TYPE_EXTERNAL_MEMORY_BUFFER_CREATE_INFO);
     if(flags & FlagShared) external.handleTypes |= VK_EXTERNAL_MEMORY_HANDLE_TYPE_HOST_ALLOCATION_BIT_EXT;
     if(flags & FlagInterop) external.handleTypes |= VK_EXTERNAL_MEMORY_HANDLE_TYPE_OPAQUE_FD_BIT;
     if(external.handleTypes) info.pNext = &external;
@@ -155,7 +158,7 @@ bool VKBuffer::create_memory(const void *next) {
         requirements.alignment = max(requirements.alignment, VkDeviceSize(alignment));
     }
     if(shared_ptr) {
-        VkMemoryHostPointerPropertiesEXT properties = {VK_STRUCTURE_TYPE_MEMORY_HOST_POINTER_PROPERTIES_EXT};
+        auto properties = vk_record<VkMemoryHostPointerPropertiesEXT>(VK_STRUCTURE_TYPE_MEMORY_HOST_POINTER_PROPERTIES_EXT);
         if(VK::error(vkGetMemoryHostPointerPropertiesEXT(adapter->getDevice(),
                                                          VK_EXTERNAL_MEMORY_HANDLE_TYPE_HOST_ALLOCATION_BIT_EXT,
                                                          shared_ptr, &properties)))
@@ -213,7 +216,7 @@ bool VKBuffer::create(Flags flags, size_t size, Format format) {
         clear();
         return false;
     }
-    VkExportMemoryAllocateInfo export_info = {VK_STRUCTURE_TYPE_EXPORT_MEMORY_ALLOCATE_INFO};
+    auto export_info = vk_record<VkExportMemoryAllocateInfo>(VK_STRUCTURE_TYPE_EXPORT_MEMORY_ALLOCATE_INFO);
     export_info.handleTypes = VK_EXTERNAL_MEMORY_HANDLE_TYPE_OPAQUE_FD_BIT;
     if(!create_memory((flags & FlagInterop) ? &export_info : nullptr)) {
         Log::printf(Log::Error, "VKBuffer::create(): can't allocate %s buffer memory\n", description.get());
@@ -225,7 +228,7 @@ bool VKBuffer::create(Flags flags, size_t size, Format format) {
         return false;
     }
     if(flags & FlagInterop) {
-        VkMemoryGetFdInfoKHR info = {VK_STRUCTURE_TYPE_MEMORY_GET_FD_INFO_KHR};
+        auto info = vk_record<VkMemoryGetFdInfoKHR>(VK_STRUCTURE_TYPE_MEMORY_GET_FD_INFO_KHR);
         info.memory = buffer_memory.memory;
         info.handleType = VK_EXTERNAL_MEMORY_HANDLE_TYPE_OPAQUE_FD_BIT;
         if(VK::error(vkGetMemoryFdKHR(adapter->getDevice(), &info, &interop_fd))) {
@@ -247,7 +250,7 @@ bool VKBuffer::create_objects() {
         return false;
     }
     if(buffer_flags & FlagTexel) {
-        VkBufferViewCreateInfo info = {VK_STRUCTURE_TYPE_BUFFER_VIEW_CREATE_INFO};
+        auto info = vk_record<VkBufferViewCreateInfo>(VK_STRUCTURE_TYPE_BUFFER_VIEW_CREATE_INFO);
         info.buffer = buffer;
         info.format = getVKFormat(buffer_format);
         info.range = buffer_size / getFormatPixelSize(buffer_format) * getFormatPixelSize(buffer_format);
@@ -262,7 +265,7 @@ bool VKBuffer::create_objects() {
         buffer_view = view;
     }
     if(buffer_flags & (FlagAddress | FlagTracing | FlagScratch)) {
-        VkBufferDeviceAddressInfo info = {VK_STRUCTURE_TYPE_BUFFER_DEVICE_ADDRESS_INFO};
+        auto info = vk_record<VkBufferDeviceAddressInfo>(VK_STRUCTURE_TYPE_BUFFER_DEVICE_ADDRESS_INFO);
         info.buffer = buffer;
         buffer_address = vkGetBufferDeviceAddress(device, &info);
     }
@@ -298,7 +301,7 @@ bool VKBuffer::create(Buffer *src) {
         clear();
         return false;
     }
-    VkImportMemoryFdInfoKHR import = {VK_STRUCTURE_TYPE_IMPORT_MEMORY_FD_INFO_KHR};
+    auto import = vk_record<VkImportMemoryFdInfoKHR>(VK_STRUCTURE_TYPE_IMPORT_MEMORY_FD_INFO_KHR);
     import.handleType = VK_EXTERNAL_MEMORY_HANDLE_TYPE_OPAQUE_FD_BIT;
     if(is_shared) {
         shared_ptr = src_buffer->shared_ptr;
@@ -332,7 +335,7 @@ void VKBuffer::setBufferAccess(VKContext::Barriers &barriers, VKContext *ctx, Vk
     // The first use of a buffer waits for nothing.
     if(buffer_access) {
         VkBufferMemoryBarrier &barrier = barriers.buffers[barriers.num_buffers++];
-        barrier = {VK_STRUCTURE_TYPE_BUFFER_MEMORY_BARRIER};
+        barrier = vk_record<VkBufferMemoryBarrier>(VK_STRUCTURE_TYPE_BUFFER_MEMORY_BARRIER);
         barrier.srcAccessMask = buffer_access;
         barrier.dstAccessMask = access;
         barrier.srcQueueFamilyIndex = VK_QUEUE_FAMILY_IGNORED;

@@ -5,7 +5,7 @@
 namespace Kolm {
 
 VKContext::VKContext(VKAdapter *adapter, uint32_t family, uint32_t index)
-    : adapter(adapter), queue_family(family), queue_index(index) {
+    : counter(1), adapter(adapter), queue_family(family), queue_index(index) {
     KOLM_ASSERT(adapter && adapter->isCreated() && "VKContext::VKContext(): adapter is not created");
     device = adapter->getDevice();
     for(uint32_t i = 0; i < adapter->queues.size(); i++) {
@@ -25,9 +25,13 @@ VKContext::VKContext(VKAdapter *adapter, uint32_t family, uint32_t index)
     if((queue_flags & VK_QUEUE_COMPUTE_BIT) && adapter->getRayTracingPipelineFeatures().rayTracingPipeline)
         shader_stages |= VK_PIPELINE_STAGE_RAY_TRACING_SHADER_BIT_KHR;
     select_memory();
+    VK::retain();
 }
 
-VKContext::~VKContext() { release(); }
+VKContext::~VKContext() {
+    destroy();
+    VK::release();
+}
 
 // Memory types of the transient kinds, each the first that the device has of a list of wishes.
 void VKContext::select_memory() {
@@ -70,7 +74,7 @@ bool VKContext::create(VkCommandBufferLevel level, uint32_t num) {
         frames.append(new Frame());
         if(!frames[i]->create(adapter, queue_family, level)) {
             Log::printf(Log::Error, "VKContext::create(): can't create frame\n");
-            release();
+            destroy();
             return false;
         }
     }
@@ -78,31 +82,31 @@ bool VKContext::create(VkCommandBufferLevel level, uint32_t num) {
     frame = frames[0];
     if(!frame->reset(true)) {
         Log::printf(Log::Error, "VKContext::create(): can't reset frame\n");
-        release();
+        destroy();
         return false;
     }
     // Secondary contexts and those on other queues mostly record a little: theirs come on first use.
     if(primary && queue_family == adapter->graphics_family && queue_index == adapter->graphics_index) {
         if(!reserveUploadBuffers(UploadSize)) {
             Log::printf(Log::Error, "VKContext::create(): can't reserve upload buffers\n");
-            release();
+            destroy();
             return false;
         }
         if(!reserveUniformBuffers(UniformSize)) {
             Log::printf(Log::Error, "VKContext::create(): can't reserve uniform buffers\n");
-            release();
+            destroy();
             return false;
         }
     }
     return true;
 }
 
-void VKContext::release() {
+void VKContext::destroy() {
     if(frames.empty()) return;
-    if(frame) invalidate_listeners(true);
+    if(frame) notify(EventFlip);
     if(queue) {
         AtomicLock atomic(*queue_lock);
-        VK::error(adapter->vkQueueWaitIdle(queue));
+        adapter->error(adapter->vkQueueWaitIdle(queue));
     }
     for(uint32_t i = 0; i < frames.size(); i++) {
         for(uint32_t type = 0; type < NumTransientTypes; type++) {
@@ -136,19 +140,30 @@ void VKContext::removeListener(Listener *listener) {
     listener->prev_listener = listener->next_listener = nullptr;
 }
 
-void VKContext::invalidate_listeners(bool lost) {
-    for(Listener *listener = listeners; listener; listener = listener->next_listener) listener->invalidate(lost);
+void VKContext::notify(Event event) {
+    for(Listener *listener = listeners; listener; listener = listener->next_listener) listener->notify(event);
+    if(event != EventCommand) return;
     flush_transients();
-    change_command();
+    epoch++;
+}
+
+uint8_t *VKContext::getTransientData(VkBuffer buffer, uint64_t offset) const {
+    for(const Array<Buffer *> &buffers : frame->transients) {
+        for(uint32_t i = 0; i < buffers.size(); i++) {
+            if(buffers[i]->buffer == buffer) return buffers[i]->buffer_data + offset;
+        }
+    }
+    return nullptr;
 }
 
 bool VKContext::submit(VkQueue submit_queue, VkFence fence) {
-    invalidate_listeners(false);
+    notify(EventCommand);
     return frame->submit(submit_queue ? submit_queue : queue, *queue_lock, fence ? fence : frame->fence);
 }
 
 bool VKContext::flip(bool submit, bool reset) {
-    invalidate_listeners(true);
+    notify(EventCommand);
+    notify(EventFlip);
     if(submit && !frame->submit(queue, *queue_lock, frame->fence)) {
         Log::printf(Log::Error, "VKContext::flip(): can't submit frame\n");
         return false;
@@ -170,12 +185,12 @@ bool VKContext::flip(bool submit, bool reset) {
 bool VKContext::flush(bool wait, VkFence fence) {
     KOLM_ASSERT(frame->command_index < MaxFlushes && "VKContext::flush(): too many commands in the frame");
     KOLM_ASSERT(primary && "VKContext::flush(): context is not primary");
-    invalidate_listeners(false);
+    notify(EventCommand);
     if(VK::error(adapter->vkEndCommandBuffer(getCommand()))) {
         Log::printf(Log::Error, "VKContext::flush(): can't end command buffer\n");
         return false;
     }
-    VkSubmitInfo info = {VK_STRUCTURE_TYPE_SUBMIT_INFO};
+    auto info = vk_record<VkSubmitInfo>(VK_STRUCTURE_TYPE_SUBMIT_INFO);
     info.waitSemaphoreCount = frame->wait_semaphores.size();
     info.pWaitSemaphores = frame->wait_semaphores.get();
     info.pWaitDstStageMask = frame->wait_stage_masks.get();
@@ -189,15 +204,15 @@ bool VKContext::flush(bool wait, VkFence fence) {
         AtomicLock atomic(*queue_lock);
         result = adapter->vkQueueSubmit(queue, 1, &info, submit_fence);
     }
-    if(VK::error(result)) {
+    if(adapter->error(result)) {
         Log::printf(Log::Error, "VKContext::flush(): can't submit command buffer\n");
         return false;
     }
     clearSemaphores();
     if(wait) {
         const bool own = (submit_fence == frame->fence);
-        if(VK::error(adapter->vkWaitForFences(device, 1, &submit_fence, VK_TRUE, ~0ull))) return false;
-        if(own && VK::error(adapter->vkResetFences(device, 1, &submit_fence))) return false;
+        if(adapter->error(adapter->vkWaitForFences(device, 1, &submit_fence, VK_TRUE, ~0ull))) return false;
+        if(own && adapter->error(adapter->vkResetFences(device, 1, &submit_fence))) return false;
     }
     frame->command_index++;
     if(!frame->begin_command()) {
@@ -209,7 +224,7 @@ bool VKContext::flush(bool wait, VkFence fence) {
 
 bool VKContext::finish(bool submit, bool reset) {
     (void)reset; // queries start anew with the frame
-    invalidate_listeners(submit);
+    if(submit) notify(EventCommand);
     if(frame->submitted && !frame->wait()) {
         Log::printf(Log::Error, "VKContext::finish(): can't wait frame\n");
         return false;
@@ -229,11 +244,12 @@ bool VKContext::finish(bool submit, bool reset) {
         AtomicLock atomic(*queue_lock);
         result = adapter->vkQueueWaitIdle(queue);
     }
-    if(VK::error(result)) {
+    if(adapter->error(result)) {
         Log::printf(Log::Error, "VKContext::finish(): can't wait idle\n");
         return false;
     }
     if(submit && primary) {
+        notify(EventFinish);
         if(!frame->reset(true)) {
             Log::printf(Log::Error, "VKContext::finish(): can't reset frame\n");
             return false;
@@ -249,7 +265,7 @@ bool VKContext::execute(VKContext *child) {
         Log::printf(Log::Error, "VKContext::execute(): can't execute multiple commands\n");
         return false;
     }
-    child->invalidate_listeners(false);
+    child->notify(EventCommand);
     const VkCommandBuffer command = child->getCommand();
     if(VK::error(adapter->vkEndCommandBuffer(command))) {
         Log::printf(Log::Error, "VKContext::execute(): can't end command buffer\n");
@@ -257,7 +273,7 @@ bool VKContext::execute(VKContext *child) {
     }
     adapter->vkCmdExecuteCommands(getCommand(), 1, &command);
     // What a child bound is not what this context has bound.
-    invalidate_listeners(false);
+    notify(EventCommand);
     return true;
 }
 
@@ -359,7 +375,7 @@ bool VKContext::Buffer::create(VKAdapter *adapter, VkBufferUsageFlags usage, uin
         max(max(adapter->texel_alignment, adapter->uniform_alignment), adapter->storage_alignment);
     size = (size + alignment - 1) / alignment * alignment;
 
-    VkBufferCreateInfo info = {VK_STRUCTURE_TYPE_BUFFER_CREATE_INFO};
+    auto info = vk_record<VkBufferCreateInfo>(VK_STRUCTURE_TYPE_BUFFER_CREATE_INFO);
     info.size = size;
     info.usage = usage;
     if(VK::error(vkCreateBuffer(device, &info, nullptr, &buffer))) {
@@ -441,23 +457,23 @@ bool VKContext::Frame::create(VKAdapter *a, uint32_t family, VkCommandBufferLeve
     device = adapter->getDevice();
     primary = (level == VK_COMMAND_BUFFER_LEVEL_PRIMARY);
 
-    const VkFenceCreateInfo fence_info = {VK_STRUCTURE_TYPE_FENCE_CREATE_INFO};
+    const auto fence_info = vk_record<VkFenceCreateInfo>(VK_STRUCTURE_TYPE_FENCE_CREATE_INFO);
     if(VK::error(vkCreateFence(device, &fence_info, nullptr, &fence))) {
         Log::printf(Log::Error, "VKContext::Frame::create(): can't create command fence\n");
         return false;
     }
-    VkCommandPoolCreateInfo pool_info = {VK_STRUCTURE_TYPE_COMMAND_POOL_CREATE_INFO};
+    auto pool_info = vk_record<VkCommandPoolCreateInfo>(VK_STRUCTURE_TYPE_COMMAND_POOL_CREATE_INFO);
     pool_info.flags = VK_COMMAND_POOL_CREATE_RESET_COMMAND_BUFFER_BIT;
     pool_info.queueFamilyIndex = family;
     if(VK::error(vkCreateCommandPool(device, &pool_info, nullptr, &pool))) {
         Log::printf(Log::Error, "VKContext::Frame::create(): can't create command pool\n");
         return false;
     }
-    VkCommandBufferAllocateInfo info = {VK_STRUCTURE_TYPE_COMMAND_BUFFER_ALLOCATE_INFO};
+    auto info = vk_record<VkCommandBufferAllocateInfo>(VK_STRUCTURE_TYPE_COMMAND_BUFFER_ALLOCATE_INFO);
     info.commandPool = pool;
     info.level = level;
     info.commandBufferCount = array_size(commands);
-    if(VK::error(adapter->vkAllocateCommandBuffers(device, &info, commands))) {
+    if(VK::error(vkAllocateCommandBuffers(device, &info, commands))) {
         Log::printf(Log::Error, "VKContext::Frame::create(): can't create command buffer\n");
         return false;
     }
@@ -476,15 +492,15 @@ void VKContext::Frame::release() {
 }
 
 bool VKContext::Frame::begin_command() {
-    VkCommandBufferInheritanceInfo inheritance = {VK_STRUCTURE_TYPE_COMMAND_BUFFER_INHERITANCE_INFO};
-    VkCommandBufferBeginInfo info = {VK_STRUCTURE_TYPE_COMMAND_BUFFER_BEGIN_INFO};
+    auto inheritance = vk_record<VkCommandBufferInheritanceInfo>(VK_STRUCTURE_TYPE_COMMAND_BUFFER_INHERITANCE_INFO);
+    auto info = vk_record<VkCommandBufferBeginInfo>(VK_STRUCTURE_TYPE_COMMAND_BUFFER_BEGIN_INFO);
     info.flags = VK_COMMAND_BUFFER_USAGE_ONE_TIME_SUBMIT_BIT;
     if(!primary) info.pInheritanceInfo = &inheritance;
     return !VK::error(adapter->vkBeginCommandBuffer(commands[command_index], &info));
 }
 
 bool VKContext::Frame::submit(VkQueue queue, SpinLock &lock, VkFence submit_fence) {
-    VkSubmitInfo info = {VK_STRUCTURE_TYPE_SUBMIT_INFO};
+    auto info = vk_record<VkSubmitInfo>(VK_STRUCTURE_TYPE_SUBMIT_INFO);
     if(primary) {
         if(VK::error(adapter->vkEndCommandBuffer(commands[command_index]))) {
             Log::printf(Log::Error, "VKContext::Frame::submit(): can't end command buffer\n");
@@ -503,7 +519,7 @@ bool VKContext::Frame::submit(VkQueue queue, SpinLock &lock, VkFence submit_fenc
         AtomicLock atomic(lock);
         result = adapter->vkQueueSubmit(queue, 1, &info, submit_fence);
     }
-    if(VK::error(result)) {
+    if(adapter->error(result)) {
         Log::printf(Log::Error, "VKContext::Frame::submit(): can't submit command buffer\n");
         return false;
     }
@@ -516,8 +532,8 @@ bool VKContext::Frame::submit(VkQueue queue, SpinLock &lock, VkFence submit_fenc
 
 bool VKContext::Frame::wait() {
     submitted = false;
-    if(VK::error(adapter->vkWaitForFences(device, 1, &fence, VK_TRUE, ~0ull)) ||
-       VK::error(adapter->vkResetFences(device, 1, &fence))) {
+    if(adapter->error(adapter->vkWaitForFences(device, 1, &fence, VK_TRUE, ~0ull)) ||
+       adapter->error(adapter->vkResetFences(device, 1, &fence))) {
         Log::printf(Log::Error, "VKContext::Frame::wait(): can't wait for fence\n");
         return false;
     }
@@ -571,7 +587,7 @@ VkDescriptorPool VKContext::Frame::getDescriptorPool(bool next) {
         {VK_DESCRIPTOR_TYPE_ACCELERATION_STRUCTURE_KHR, 2048}, // last: left out where there is none
     };
     const bool has_tracing = adapter->getAccelerationStructureFeatures().accelerationStructure;
-    VkDescriptorPoolCreateInfo info = {VK_STRUCTURE_TYPE_DESCRIPTOR_POOL_CREATE_INFO};
+    auto info = vk_record<VkDescriptorPoolCreateInfo>(VK_STRUCTURE_TYPE_DESCRIPTOR_POOL_CREATE_INFO);
     info.maxSets = 131072;
     info.poolSizeCount = array_size(sizes) - (has_tracing ? 0 : 1);
     info.pPoolSizes = sizes;
@@ -583,7 +599,7 @@ VkDescriptorPool VKContext::Frame::getDescriptorPool(bool next) {
 
 VkDescriptorSet VKContext::Frame::allocateDescriptor(VkDescriptorSetLayout layout) {
     VkDescriptorSet descriptor = VK_NULL_HANDLE;
-    VkDescriptorSetAllocateInfo info = {VK_STRUCTURE_TYPE_DESCRIPTOR_SET_ALLOCATE_INFO};
+    auto info = vk_record<VkDescriptorSetAllocateInfo>(VK_STRUCTURE_TYPE_DESCRIPTOR_SET_ALLOCATE_INFO);
     info.descriptorSetCount = 1;
     info.pSetLayouts = &layout;
     for(const bool next : {false, true}) {
@@ -632,14 +648,16 @@ VkPipelineStageFlags VKContext::getStages(VkAccessFlags access) const {
     };
     VkPipelineStageFlags stages = 0;
     for(const auto &use : uses) {
-        if(access & use.access) stages |= use.stages | (use.shaders ? shader_stages : 0);
+        if((access & use.access) == 0) continue;
+        stages |= use.stages;
+        if(use.shaders) stages |= shader_stages;
     }
     return stages;
 }
 
 void VKContext::barrier(VkPipelineStageFlags src_stages, VkPipelineStageFlags dest_stages, VkAccessFlags src_access,
                         VkAccessFlags dest_access) {
-    VkMemoryBarrier barrier = {VK_STRUCTURE_TYPE_MEMORY_BARRIER};
+    auto barrier = vk_record<VkMemoryBarrier>(VK_STRUCTURE_TYPE_MEMORY_BARRIER);
     barrier.srcAccessMask = src_access;
     barrier.dstAccessMask = dest_access;
     adapter->vkCmdPipelineBarrier(getCommand(), src_stages, dest_stages, 0, 1, &barrier, 0, nullptr, 0, nullptr);
@@ -647,7 +665,7 @@ void VKContext::barrier(VkPipelineStageFlags src_stages, VkPipelineStageFlags de
 
 void VKContext::barrier(VkBuffer buffer, uint64_t offset, uint64_t size, VkAccessFlags src_access,
                         VkAccessFlags dest_access) {
-    VkBufferMemoryBarrier barrier = {VK_STRUCTURE_TYPE_BUFFER_MEMORY_BARRIER};
+    auto barrier = vk_record<VkBufferMemoryBarrier>(VK_STRUCTURE_TYPE_BUFFER_MEMORY_BARRIER);
     barrier.srcAccessMask = src_access;
     barrier.dstAccessMask = dest_access;
     barrier.srcQueueFamilyIndex = VK_QUEUE_FAMILY_IGNORED;
@@ -655,7 +673,7 @@ void VKContext::barrier(VkBuffer buffer, uint64_t offset, uint64_t size, VkAcces
     barrier.buffer = buffer;
     barrier.offset = offset;
     barrier.size = size;
-    const VkPipelineStageFlags src_stages = src_access ? getStages(src_access) : VK_PIPELINE_STAGE_TOP_OF_PIPE_BIT;
+    const VkPipelineStageFlags src_stages = src_access ? getStages(src_access) : VkPipelineStageFlags(VK_PIPELINE_STAGE_TOP_OF_PIPE_BIT);
     adapter->vkCmdPipelineBarrier(getCommand(), src_stages, getStages(dest_access), 0, 0, nullptr, 1, &barrier, 0,
                                   nullptr);
 }
@@ -663,7 +681,7 @@ void VKContext::barrier(VkBuffer buffer, uint64_t offset, uint64_t size, VkAcces
 void VKContext::barrier(VkImage image, const VkImageSubresourceRange &range, VkImageLayout old_layout,
                         VkImageLayout new_layout, VkAccessFlags src_access, VkAccessFlags dest_access,
                         VkPipelineStageFlags src_stages, VkPipelineStageFlags dest_stages) {
-    VkImageMemoryBarrier barrier = {VK_STRUCTURE_TYPE_IMAGE_MEMORY_BARRIER};
+    auto barrier = vk_record<VkImageMemoryBarrier>(VK_STRUCTURE_TYPE_IMAGE_MEMORY_BARRIER);
     barrier.srcAccessMask = src_access;
     barrier.dstAccessMask = dest_access;
     barrier.oldLayout = old_layout;

@@ -63,11 +63,17 @@ public:
         Barriers() {}
     };
 
-    /// Whoever records on a context over several calls. It hears when its command buffer is closed.
+    /// What happens to a frame under an open recorder.
+    enum Event {
+        EventCommand = 0, ///< the command buffer is about to be closed: state that was bound is gone
+        EventFinish,      ///< all work ran: descriptor sets are gone and transient memory is about to be
+        EventFlip,        ///< the next frame begins: both are gone
+    };
+
+    /// Whoever records on a context over several calls.
     class Listener {
     public:
-        /// \p lost: transient memory and descriptor sets of the frame are about to be given away.
-        virtual void invalidate(bool lost) = 0;
+        virtual void notify(Event event) = 0;
 
     protected:
         ~Listener() = default;
@@ -128,12 +134,18 @@ public:
 
     /// Context on a queue of a created adapter.
     VKContext(VKAdapter *adapter, uint32_t family, uint32_t index);
-    ~VKContext();
+
+    /// Shared by devices, their objects and offscreen contexts, which may go in any order: the last one destroys it.
+    VKContext *retain() {
+        counter++;
+        return this;
+    }
+    static void release(VKContext *context) {
+        if(context && --context->counter == 0) delete context;
+    }
 
     /// Expects at least MinFrames frames. False and one line on failure.
     bool create(VkCommandBufferLevel level, uint32_t frames = DefaultFrames);
-    /// Waits for the queue and destroys everything.
-    void release();
     bool isCreated() const { return frame != nullptr; }
 
     VKAdapter *getAdapter() const { return adapter; }
@@ -145,6 +157,8 @@ public:
 
     /// Command buffer to record on. Not kept over flip, flush and finish. \p check asserts that one is open.
     VkCommandBuffer getCommand(bool check = true) const;
+    /// Host address of transient memory of this frame, null for a buffer that is none.
+    uint8_t *getTransientData(VkBuffer buffer, uint64_t offset) const;
     uint32_t getNumCommands() const { return frame->command_index + 1; }
     VkFence getFence() const { return frame->fence; }
     VkCommandPool getPool() const { return frame->pool; }
@@ -228,15 +242,18 @@ private:
         uint32_t memory_type = 0;
     };
 
+    void destroy();
     bool reserve_buffers(TransientType type, uint64_t size);
     void release_buffers(TransientType type);
     Transient get_buffer(TransientType type, uint64_t alignment, uint64_t size);
     void recycle_buffers();
     void flush_transients();
     void select_memory();
-    void invalidate_listeners(bool lost);
-    void change_command() { epoch++; }
+    void notify(Event event);
 
+    ~VKContext();
+
+    Atomici32 counter;
     VKAdapter *adapter = nullptr;
     VkDevice device = VK_NULL_HANDLE;
     uint32_t queue_family = 0;

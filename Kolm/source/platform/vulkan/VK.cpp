@@ -11,7 +11,7 @@ namespace Kolm {
 #define VK_INSTANCE_OPTIONAL(NAME) VK_INSTANCE(NAME)
 #include "VKFunctions.inc"
 
-int32_t VK::counter = 0;
+constinit Atomici32 VK::counter;
 bool VK::validation = false;
 void *VK::library = nullptr;
 bool VK::owner = false;
@@ -66,7 +66,7 @@ VKAPI_ATTR VkBool32 VKAPI_CALL debug_callback(VkDebugUtilsMessageSeverityFlagBit
 }
 
 VkDebugUtilsMessengerCreateInfoEXT get_messenger_info() {
-    VkDebugUtilsMessengerCreateInfoEXT info = {VK_STRUCTURE_TYPE_DEBUG_UTILS_MESSENGER_CREATE_INFO_EXT};
+    auto info = vk_record<VkDebugUtilsMessengerCreateInfoEXT>(VK_STRUCTURE_TYPE_DEBUG_UTILS_MESSENGER_CREATE_INFO_EXT);
     info.messageSeverity =
         VK_DEBUG_UTILS_MESSAGE_SEVERITY_WARNING_BIT_EXT | VK_DEBUG_UTILS_MESSAGE_SEVERITY_ERROR_BIT_EXT;
     info.messageType = VK_DEBUG_UTILS_MESSAGE_TYPE_GENERAL_BIT_EXT | VK_DEBUG_UTILS_MESSAGE_TYPE_VALIDATION_BIT_EXT |
@@ -238,7 +238,7 @@ bool VK::create_instance() {
     Array<const char *> name_ptrs;
     for(uint32_t i = 0; i < names.size(); i++) name_ptrs.append(names[i].get());
 
-    VkApplicationInfo application = {VK_STRUCTURE_TYPE_APPLICATION_INFO};
+    auto application = vk_record<VkApplicationInfo>(VK_STRUCTURE_TYPE_APPLICATION_INFO);
     application.pApplicationName = "KolmApp";
     application.applicationVersion = engine_version;
     application.pEngineName = "KolmEngine";
@@ -248,11 +248,11 @@ bool VK::create_instance() {
     // The messenger in the chain covers the creation and the destruction of the instance.
     VkDebugUtilsMessengerCreateInfoEXT messenger_info = get_messenger_info();
     const VkValidationFeatureEnableEXT enables[] = {VK_VALIDATION_FEATURE_ENABLE_SYNCHRONIZATION_VALIDATION_EXT};
-    VkValidationFeaturesEXT validation_features = {VK_STRUCTURE_TYPE_VALIDATION_FEATURES_EXT, &messenger_info};
+    auto validation_features = vk_record<VkValidationFeaturesEXT>(VK_STRUCTURE_TYPE_VALIDATION_FEATURES_EXT, &messenger_info);
     validation_features.enabledValidationFeatureCount = array_size(enables);
     validation_features.pEnabledValidationFeatures = enables;
 
-    VkInstanceCreateInfo info = {VK_STRUCTURE_TYPE_INSTANCE_CREATE_INFO};
+    auto info = vk_record<VkInstanceCreateInfo>(VK_STRUCTURE_TYPE_INSTANCE_CREATE_INFO);
     info.pApplicationInfo = &application;
     info.enabledExtensionCount = name_ptrs.size();
     info.ppEnabledExtensionNames = name_ptrs.get();
@@ -303,7 +303,7 @@ bool VK::create_adapters() {
             Log::printf(Log::Error, "VK::open(): can't get physical device groups count\n");
             return false;
         }
-        VkPhysicalDeviceGroupProperties empty = {VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_GROUP_PROPERTIES};
+        auto empty = vk_record<VkPhysicalDeviceGroupProperties>(VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_GROUP_PROPERTIES);
         Array<VkPhysicalDeviceGroupProperties> groups(num, empty);
         if(error(vkEnumeratePhysicalDeviceGroups(instance, &num, groups.get()))) {
             Log::printf(Log::Error, "VK::open(): can't get physical device groups\n");

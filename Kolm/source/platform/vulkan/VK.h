@@ -107,7 +107,7 @@ private:
     static void create_messenger();
     static bool report_result(VkResult result);
 
-    static int32_t counter;
+    static Atomici32 counter;
     static bool validation;
     static void *library;
     static bool owner; // the instance is ours

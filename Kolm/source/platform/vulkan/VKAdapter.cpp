@@ -30,11 +30,11 @@ void VKAdapter::load_properties() {
     load_limits();
     if(!has_physical_device_properties2) return;
 
-    VkPhysicalDeviceFeatures2 features = {VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_FEATURES_2, chain_features()};
+    auto features = vk_record<VkPhysicalDeviceFeatures2>(VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_FEATURES_2, chain_features());
     vkGetPhysicalDeviceFeatures2(adapters[0], &features);
     p.features = features.features;
 
-    VkPhysicalDeviceProperties2 properties = {VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_PROPERTIES_2};
+    auto properties = vk_record<VkPhysicalDeviceProperties2>(VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_PROPERTIES_2);
 #define VK_PROPERTIES(NAME, RECORD, TYPE, CONDITION)                                                                   \
     p.member##NAME = {};                                                                                               \
     if(CONDITION) {                                                                                                    \
@@ -66,8 +66,10 @@ bool VKAdapter::load_extensions() {
     return true;
 }
 
+static bool is_core(uint32_t version, uint32_t core) { return core && version >= core; }
+
 void VKAdapter::load_flags(uint32_t core_version) {
-#define VK_EXTENSION(NAME, FLAG, CORE) FLAG = checkExtension(NAME) || ((CORE) && core_version >= uint32_t(CORE));
+#define VK_EXTENSION(NAME, FLAG, CORE) FLAG = checkExtension(NAME) || is_core(core_version, CORE);
 #include "VKExtensions.inc"
     // The marker extension is the fallback for debug utils and can't be enabled beside them.
     if(VK::hasDebugUtils()) has_debug_marker_ext = false;
@@ -190,11 +192,11 @@ bool VKAdapter::create() {
     Array<const char *> name_ptrs;
     for(uint32_t i = 0; i < names.size(); i++) name_ptrs.append(names[i].get());
 
-    VkPhysicalDeviceFeatures2 features = {VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_FEATURES_2};
+    auto features = vk_record<VkPhysicalDeviceFeatures2>(VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_FEATURES_2);
     features.features = getFeatures();
     disable_features(features.features);
 
-    VkDeviceCreateInfo info = {VK_STRUCTURE_TYPE_DEVICE_CREATE_INFO};
+    auto info = vk_record<VkDeviceCreateInfo>(VK_STRUCTURE_TYPE_DEVICE_CREATE_INFO);
     info.queueCreateInfoCount = num_queue_infos;
     info.pQueueCreateInfos = queue_infos;
     info.enabledExtensionCount = name_ptrs.size();
@@ -205,7 +207,7 @@ bool VKAdapter::create() {
     } else {
         info.pEnabledFeatures = &features.features;
     }
-    VkDeviceGroupDeviceCreateInfo group = {VK_STRUCTURE_TYPE_DEVICE_GROUP_DEVICE_CREATE_INFO};
+    auto group = vk_record<VkDeviceGroupDeviceCreateInfo>(VK_STRUCTURE_TYPE_DEVICE_GROUP_DEVICE_CREATE_INFO);
     if(adapter_count > 1) {
         group.physicalDeviceCount = adapter_count;
         group.pPhysicalDevices = adapters;
@@ -315,20 +317,7 @@ bool VKAdapter::checkFormatFeatures(VkFormat format, VkFormatFeatureFlags flags)
 
 String VKAdapter::getName() const { return String(getProperties().deviceName); }
 
-String VKAdapter::getVendor() const { return getVendorName(getProperties().vendorID); }
-
 String VKAdapter::getDriverVersion() const { return getVersionName(getProperties().driverVersion); }
-
-String VKAdapter::getVendorName(uint32_t vendor_id) {
-    static constexpr struct {
-        uint32_t vendor_id;
-        const char *name;
-    } vendors[] = {{0x1002, "AMD"}, {0x10DE, "Nvidia"}, {0x8086, "Intel"}, {0x5143, "Qualcomm"}};
-    for(const auto &vendor : vendors) {
-        if(vendor.vendor_id == vendor_id) return String(vendor.name);
-    }
-    return String::format("0x%04x", vendor_id);
-}
 
 String VKAdapter::getVersionName(uint32_t version) {
     const uint32_t major = (version >> 22) & 0x7F;
@@ -368,7 +357,7 @@ SpinLock &VKAdapter::getQueueLock(uint32_t family, uint32_t index) {
 
 void VKAdapter::setObjectName(VkObjectType type, uint64_t handle, const char *name) const {
     if(!VK::hasDebugUtils() || vkSetDebugUtilsObjectNameEXT == nullptr || handle == 0) return;
-    VkDebugUtilsObjectNameInfoEXT info = {VK_STRUCTURE_TYPE_DEBUG_UTILS_OBJECT_NAME_INFO_EXT};
+    auto info = vk_record<VkDebugUtilsObjectNameInfoEXT>(VK_STRUCTURE_TYPE_DEBUG_UTILS_OBJECT_NAME_INFO_EXT);
     info.objectType = type;
     info.objectHandle = handle;
     info.pObjectName = name;

@@ -64,12 +64,16 @@ public:
     /// Vulkan version that both the instance and the device know.
     uint32_t getVersion() const { return api_version; }
     String getName() const;
-    /// Name of the vendor, or its number as "0x%04x".
-    String getVendor() const;
     /// Driver version in the packing of the first vendor; an empty string for 0.
     String getDriverVersion() const;
-    static String getVendorName(uint32_t vendor_id);
     static String getVersionName(uint32_t driver_version);
+
+    /// VK::error() for submissions and waits: remembers that the device was lost.
+    bool error(VkResult result) {
+        if(result == VK_ERROR_DEVICE_LOST) is_lost = true;
+        return VK::error(result);
+    }
+    bool isLost() const { return is_lost; }
 
     /// Extension name without "VK_".
     bool checkExtension(const char *name) const;
@@ -209,6 +213,7 @@ private:
                                   void *host_ptr, const void *next);
 
     bool is_created = false;
+    volatile bool is_lost = false; // set by any thread that submits or waits
     bool is_owner = true; // the device is destroyed with the adapter
     uint32_t adapter_count = 0;
     uint32_t adapter_index = 0;

@@ -51,9 +51,9 @@ uint32_t VKAdapter::getMemoryIndex(uint32_t type_bits, VkMemoryPropertyFlags fla
 }
 
 VkResult VKAdapter::allocateDeviceMemory(uint32_t type, uint64_t size, const void *next, VkDeviceMemory &memory) {
-    VkMemoryAllocateFlagsInfo flags = {VK_STRUCTURE_TYPE_MEMORY_ALLOCATE_FLAGS_INFO, next};
+    auto flags = vk_record<VkMemoryAllocateFlagsInfo>(VK_STRUCTURE_TYPE_MEMORY_ALLOCATE_FLAGS_INFO, next);
     flags.flags = VK_MEMORY_ALLOCATE_DEVICE_ADDRESS_BIT;
-    VkMemoryAllocateInfo info = {VK_STRUCTURE_TYPE_MEMORY_ALLOCATE_INFO, next};
+    auto info = vk_record<VkMemoryAllocateInfo>(VK_STRUCTURE_TYPE_MEMORY_ALLOCATE_INFO, next);
     if(getBufferDeviceAddressFeatures().bufferDeviceAddress) info.pNext = &flags;
     info.allocationSize = size;
     info.memoryTypeIndex = type;
@@ -134,7 +134,7 @@ void VKAdapter::alignRange(uint64_t &offset, uint64_t &size, uint64_t atom, uint
 // and an invalidation sees what the neighbours' owners see as well.
 static VkMappedMemoryRange get_mapped_range(const VKAdapter &adapter, const VK::MemoryPtr &memory, uint64_t offset,
                                             uint64_t size) {
-    VkMappedMemoryRange range = {VK_STRUCTURE_TYPE_MAPPED_MEMORY_RANGE};
+    auto range = vk_record<VkMappedMemoryRange>(VK_STRUCTURE_TYPE_MAPPED_MEMORY_RANGE);
     range.memory = memory.memory;
     range.offset = memory.offset + offset;
     range.size = size;
@@ -259,7 +259,7 @@ void VKAdapter::HeapMemory::release(VKAdapter *adapter, const char *name) {
 }
 
 VK::MemoryPtr VKAdapter::PoolMemory::allocate(VKAdapter *adapter, uint64_t size, void *host_ptr, const void *next) {
-    VkImportMemoryHostPointerInfoEXT import = {VK_STRUCTURE_TYPE_IMPORT_MEMORY_HOST_POINTER_INFO_EXT, next};
+    auto import = vk_record<VkImportMemoryHostPointerInfoEXT>(VK_STRUCTURE_TYPE_IMPORT_MEMORY_HOST_POINTER_INFO_EXT, next);
     import.handleType = VK_EXTERNAL_MEMORY_HANDLE_TYPE_HOST_ALLOCATION_BIT_EXT;
     import.pHostPointer = host_ptr;
 

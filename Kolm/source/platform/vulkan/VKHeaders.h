@@ -45,3 +45,15 @@ typedef struct VkPhysicalDeviceCooperativeMatrixFeaturesKHR {
 typedef VkResult(VKAPI_PTR *PFN_vkGetPhysicalDeviceCooperativeMatrixPropertiesKHR)(
     VkPhysicalDevice physicalDevice, uint32_t *pPropertyCount, VkCooperativeMatrixPropertiesKHR *pProperties);
 #endif
+
+namespace Kolm {
+
+/// Vulkan record with its type and chain, everything else zero.
+template<class Record> Record vk_record(VkStructureType type, const void *next = nullptr) {
+    Record record = {};
+    record.sType = type;
+    record.pNext = static_cast<decltype(record.pNext)>(const_cast<void *>(next));
+    return record;
+}
+
+} // namespace Kolm

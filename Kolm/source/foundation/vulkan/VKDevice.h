@@ -1,0 +1,92 @@
+// VKDevice.h: the device on Vulkan: makes the backend's objects and forwards to them with its context.
+
+#pragma once
+
+#include "KolmDevice.h"
+
+#include "VKContext.h"
+
+namespace Kolm {
+
+class VKOffscreen;
+class VKSurface;
+
+class VKDevice : public Device {
+public:
+    /// On the context of \p offscreen, which is created.
+    explicit VKDevice(VKOffscreen *offscreen);
+    /// On the context of \p surface, which has one.
+    explicit VKDevice(VKSurface *surface);
+    /// On \p context, taking over the caller's share of it.
+    explicit VKDevice(VKContext *context);
+    ~VKDevice() override;
+
+    Platform getPlatform() const override { return PlatformVK; }
+
+    VKContext *getContext() const { return context; }
+    VKAdapter *getAdapter() const { return adapter; }
+
+    String getName() const override;
+    String getVendor() const override;
+    String getVersion() const override;
+    const Features &getFeatures() const override;
+
+    bool hasShader(Shader::Type type) const override;
+    bool hasMemoryType(VkMemoryPropertyFlags flags) const { return adapter->hasMemoryType(flags); }
+    uint32_t getMemoryIndex(uint32_t type_bits, VkMemoryPropertyFlags flags) const {
+        return adapter->getMemoryIndex(type_bits, flags);
+    }
+
+    Device *createDevice(uint32_t index, uint32_t frames) override;
+    Device *createCommandDevice(uint32_t frames) override;
+    Device *createComputeDevice(uint32_t frames) override;
+    Device *createCopyDevice(uint32_t frames) override;
+
+    using Device::createBuffer;
+    Buffer *createBuffer() override;
+    using Device::createShader;
+    Shader *createShader() override;
+    Kernel *createKernel(const Kernel *kernel) override;
+    void releaseKernel(Kernel *kernel) override;
+    Compute *createCompute() override;
+
+    using Device::clearBuffer;
+    using Device::copyBuffer;
+    using Device::flushBuffers;
+    using Device::getBuffer;
+    using Device::mapBuffer;
+    using Device::setBuffer;
+    bool setBuffer(Buffer *buffer, size_t offset, const void *src, size_t size) override;
+    bool getBuffer(Buffer *buffer, size_t offset, void *dest, size_t size) override;
+    void *mapBuffer(Buffer *buffer, size_t offset, size_t size) override;
+    bool unmapBuffer(Buffer *buffer) override;
+    bool copyBuffer(Buffer *dest, size_t dest_offset, Buffer *src, size_t src_offset, size_t size) override;
+    bool clearBuffer(Buffer *buffer, Format format, size_t offset, const void *value, size_t size) override;
+    bool flushBuffer(Buffer *buffer, Buffer::Flags flags) override;
+    bool flushBuffers(Buffer **buffers, uint32_t num, Buffer::Flags flags) override;
+    void releaseBuffer(Buffer *buffer) override;
+    /// Tells what the application did to a buffer by its own commands.
+    void setBufferAccess(Buffer *buffer, VkAccessFlags access);
+
+    bool execute(Device *device) override;
+    bool flip(Fence *fence) override;
+    bool flush() override;
+    bool finish() override;
+    bool check() override;
+
+    void waitSemaphore(VkSemaphore semaphore, VkPipelineStageFlags stage_mask) {
+        context->addWaitSemaphore(semaphore, stage_mask);
+    }
+    void signalSemaphore(VkSemaphore semaphore) { context->addSignalSemaphore(semaphore); }
+
+private:
+    static void load_features(Features &features, const VKAdapter &adapter);
+    static void load_matrices(Features &features, const VKAdapter &adapter);
+    static Device *create_device(VKAdapter *adapter, uint32_t family, uint32_t index, VkCommandBufferLevel level,
+                                 uint32_t frames);
+
+    VKAdapter *adapter = nullptr;
+    VKContext *context = nullptr;
+};
+
+} // namespace Kolm

@@ -1,0 +1,5 @@
+// All public headers.
+
+#pragma once
+
+#include <OstrevanApp.h>

@@ -1,0 +1,66 @@
+// Checked memory, for what the public containers hold and for the application's own use.
+
+#pragma once
+
+#include <string.h>
+
+#include <base/OstrevanBase.h>
+
+namespace Ostrevan {
+
+/// The library's own allocator, with process-wide counters. All members are static and may be called from any thread.
+/// A block that was damaged, comes from elsewhere or is given back with a wrong size ends the process.
+class OSTREVAN_API Allocator {
+public:
+    /// Bytes that are aligned to 16; null for a size of 0 and when memory runs out.
+    static void *allocate(size_t size);
+    /// The same, filled with \p size bytes of \p src.
+    static void *allocate(const void *src, size_t size);
+    /// Grows or shrinks a block of \p old_size bytes. Null \p ptr gives null: nothing is allocated from nothing.
+    /// Null for want of memory leaves the old block allocated.
+    static void *reallocate(void *ptr, size_t old_size, size_t new_size);
+    /// Gives \p size bytes back. Null is ignored.
+    static void free(const void *ptr, size_t size);
+
+    /// \p count default-constructed elements; null for 0 and when memory runs out.
+    template<class Type> static Type *allocate(size_t count) {
+        static_assert(alignof(Type) <= 16, "element types are aligned to 16 bytes at most");
+        if(count > (SIZE_MAX - 16) / sizeof(Type)) return nullptr;
+        Type *ptr = static_cast<Type *>(allocate_array(sizeof(Type) * count));
+        if(ptr == nullptr) return nullptr;
+        if constexpr(!std::is_trivially_default_constructible_v<Type>) {
+            for(size_t i = 0; i < count; i++) new(ptr + i) Type();
+        }
+        return ptr;
+    }
+    /// Destroys \p count elements and gives their memory back. Null is ignored.
+    template<class Type> static void freeArray(Type *ptr, size_t count) {
+        if(ptr == nullptr) return;
+        check_array(ptr, sizeof(Type) * count);
+        if constexpr(!std::is_trivially_destructible_v<Type>) {
+            for(size_t i = 0; i < count; i++) ptr[i].~Type();
+        }
+        free_array(ptr, sizeof(Type) * count);
+    }
+
+    /// Bytes, and blocks, that the whole library has allocated now.
+    static size_t getMemory();
+    static size_t getAllocations();
+
+private:
+    static void *allocate_array(size_t bytes);
+    static void check_array(const void *ptr, size_t bytes);
+    static void free_array(const void *ptr, size_t bytes);
+};
+
+/// Base of classes whose single objects come from the checked allocator and so show in its counters.
+/// `new` yields null when memory runs out.
+class Allocated {
+public:
+    static void *operator new(size_t size) noexcept { return Allocator::allocate(size); }
+    static void operator delete(void *ptr, size_t size) { Allocator::free(ptr, size); }
+    static void *operator new(size_t, void *place) noexcept { return place; }
+    static void operator delete(void *, void *) {}
+};
+
+} // namespace Ostrevan

@@ -1,0 +1,2 @@
+#include "inner.h"
+int outer;
