@@ -4,7 +4,6 @@ namespace Ostrevan {
 
 static_assert(sizeof(String::StringImpl) <= sizeof(String) && alignof(String::StringImpl) <= alignof(String));
 
-static String TS(const Kolm::String &str) { return String::StringImpl::TS(str); }
 static String TS(Kolm::String &&str) { return String::StringImpl::TS(std::move(str)); }
 
 const String String::null;
