@@ -17,7 +17,7 @@ namespace {
 
 template<class Type> Image make(Format format, const std::vector<Type> &elements) {
     Image image;
-    const uint32_t pixels = uint32_t(elements.size() * sizeof(Type) / getFormatPixelSize(format));
+    const uint32_t pixels = uint32_t(elements.size() * sizeof(Type) / format_sizes[format]);
     EXPECT_TRUE(image.create2D(format, pixels, 1));
     EXPECT_EQ(image.getDataSize(), elements.size() * sizeof(Type));
     memcpy(image.getData(), elements.data(), image.getDataSize());
