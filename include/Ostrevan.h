@@ -14,6 +14,7 @@
 #include <core/OstrevanFunction.h>
 #include <core/OstrevanLog.h>
 #include <core/OstrevanMap.h>
+#include <core/OstrevanParser.h>
 #include <core/OstrevanSet.h>
 #include <core/OstrevanStream.h>
 #include <core/OstrevanString.h>
