@@ -18,7 +18,7 @@ public:
     /// View of the context, which does not keep it alive. One of another platform is refused with one line.
     explicit VKContext(const Context &context);
 
-    bool create();
+    using Context::create;
     /// Wraps a device that the caller made, and destroys after all objects of this context. \p func finds Vulkan's
     /// functions; \p family and \p index name a queue that the device was made with.
     bool create(VkInstance instance, PFN_vkGetInstanceProcAddr func, VkPhysicalDevice adapter, VkDevice device,

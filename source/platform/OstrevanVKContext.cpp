@@ -14,7 +14,6 @@ VKContext::VKContext(const Context &context) : VKContext(VoidImpl()) {
         "VKContext::VKContext(): invalid type\n");
 }
 
-bool VKContext::create() { return impl().ref().create(); }
 bool VKContext::create(VkInstance instance, PFN_vkGetInstanceProcAddr func, VkPhysicalDevice adapter, VkDevice device,
                        uint32_t family, uint32_t index) {
     return impl().ref().create(instance, func, adapter, device, family, index);
