@@ -2,6 +2,7 @@
 
 #pragma once
 
+#include <OstrevanApp.h>
 #include <base/OstrevanBase.h>
 #include <base/OstrevanForward.h>
 #include <base/OstrevanHandle.h>
@@ -14,6 +15,7 @@
 #include <core/OstrevanFunction.h>
 #include <core/OstrevanLog.h>
 #include <core/OstrevanMap.h>
+#include <core/OstrevanParser.h>
 #include <core/OstrevanSet.h>
 #include <core/OstrevanStream.h>
 #include <core/OstrevanString.h>

@@ -128,8 +128,8 @@ public:                               \
     const void *getInternalPtr() const;                                 \
     static const NAME null;                                             \
     struct NAME##Impl;                                                  \
-    NAME##Impl &impl();                                                 \
-    const NAME##Impl &impl() const;                                     \
+    OSTREVAN_HIDDEN NAME##Impl &impl();                                 \
+    OSTREVAN_HIDDEN const NAME##Impl &impl() const;                     \
                                                                         \
 private:                                                                \
     template<class, class, class> friend struct ::Ostrevan::HandleImpl; \
