@@ -34,3 +34,8 @@
 #include <platform/OstrevanShader.h>
 #include <platform/OstrevanShaderCompiler.h>
 #include <platform/OstrevanSurface.h>
+#include <platform/OstrevanVK.h>
+#include <platform/OstrevanVKBuffer.h>
+#include <platform/OstrevanVKContext.h>
+#include <platform/OstrevanVKDevice.h>
+#include <platform/OstrevanVKSurface.h>
