@@ -774,8 +774,11 @@ private:
     void store_reference(const Operand &operand, uint32_t value, Function &func);
     uint32_t compose_reference(uint32_t type, const Operand &operand, uint32_t offset, Function &func);
     void decompose_reference(uint32_t type, uint32_t value, const Operand &operand, uint32_t offset, Function &func);
-    uint32_t get_reference_pointer(const Operand &operand, uint32_t offset, uint32_t &element_type, Function &func);
-    uint32_t get_reference_size(uint32_t type);
+    uint32_t get_reference_pointer(const Operand &operand, uint32_t offset, Function &func);
+    uint32_t get_reference_element(const Operand &operand);
+    /// Bytes from one part of a composite to the next.
+    uint32_t get_reference_stride(uint32_t type);
+    uint32_t get_reference_offset(Variable &member);
     void add_reference_index(Operand &operand, uint32_t index, uint32_t type, Function &func);
 
     // -- KolmCompilerCall.cpp ---------------------------------------------------------------------------------------
@@ -927,6 +930,7 @@ private:
     uint32_t entry_function = ~0u;      // index of "main"
     NameMap<uint32_t> function_names;   // to the first function of a name
     NameMap<uint32_t> layout_names;     // second layouts of structures, to the index of the structure
+    Array<Operand> reference_operands;  // of each reference: the array of words under it
     TargetMap<uint32_t> target_indices; // id to index in variables, structures or functions
 
     // Types and values.

@@ -2,6 +2,7 @@
 
 #include "KolmCompiler.h"
 #include "KolmCompilerText.h"
+#include "KolmLog.h"
 
 namespace Kolm {
 

@@ -9,6 +9,8 @@
 
 namespace Kolm {
 
+static constexpr SpvExt SpvExtBad = SpvExt(0); // no instruction
+
 const Compiler::InternalFunction Compiler::internal_rows[] = {
 #define INTERNAL(NAME, FAMILY, RESULT, ARGS, F, S, U, B, PARAM)                                                        \
     {NAME, Family##FAMILY, RESULT, ARGS, SpvOp##F, SpvOp##S, SpvOp##U, SpvOp##B, uint32_t(PARAM)},

@@ -47,7 +47,8 @@ bool Compiler::parse_variable(const String &name, Operand &operand, Scope *scope
         root = &variables[structure.variable];
         operand.indices[operand.num_indices++] = add_constanti32(int32_t(variable.member));
         operand.whole = false;
-        for(const SmallMap *decorations : {&structure.decorations, &variable.decorations}) {
+        const SmallMap *const lists[] = {&structure.decorations, &variable.decorations};
+        for(const SmallMap *decorations : lists) {
             if(decorations->has(SpvDecorationNonWritable)) operand.readonly = true;
             if(decorations->has(SpvDecorationNonReadable)) operand.writeonly = true;
         }
@@ -116,9 +117,7 @@ void Compiler::parse_member(const char *&s, Operand &operand, Function &func) {
     Variable &member = variables[*index];
     const uint32_t type = add_variable_type(member);
     if(operand.reference != ~0u) {
-        const uint32_t *offset = member.decorations.get(SpvDecorationOffset);
-        if(offset == nullptr) Parser::error("unknown \"%s\" member offset\n", name.get());
-        operand.offset += *offset;
+        operand.offset += get_reference_offset(member);
         operand.type = type;
     } else if(operand.pointer != ~0u) {
         if(member.decorations.has(SpvDecorationNonWritable)) operand.readonly = true;
@@ -153,6 +152,10 @@ void Compiler::add_swizzle(const String &name, Operand &operand, Function &func)
     if(operand.pointer != ~0u && vector && size == 1) {
         operand.num_swizzle = 0;
         add_index(operand, add_constanti32(components[0]), get_target_type(operand.type), func);
+    } else if(operand.reference != ~0u && vector && size == 1) {
+        operand.num_swizzle = 0;
+        operand.offset += components[0] * get_reference_stride(operand.type);
+        operand.type = get_target_type(operand.type);
     } else if(operand.place() && vector) {
         operand.num_swizzle = uint8_t(size);
         memcpy(operand.swizzle, components, size);
