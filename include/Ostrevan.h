@@ -14,6 +14,7 @@
 #include <core/OstrevanFunction.h>
 #include <core/OstrevanLog.h>
 #include <core/OstrevanMap.h>
+#include <core/OstrevanParser.h>
 #include <core/OstrevanSet.h>
 #include <core/OstrevanStream.h>
 #include <core/OstrevanString.h>
@@ -33,3 +34,8 @@
 #include <platform/OstrevanShader.h>
 #include <platform/OstrevanShaderCompiler.h>
 #include <platform/OstrevanSurface.h>
+#include <platform/OstrevanVK.h>
+#include <platform/OstrevanVKBuffer.h>
+#include <platform/OstrevanVKContext.h>
+#include <platform/OstrevanVKDevice.h>
+#include <platform/OstrevanVKSurface.h>

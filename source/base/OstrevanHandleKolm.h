@@ -373,9 +373,9 @@ private:
 };
 
 /// Handle of class \p Public for what the core layer returned, see HandleImpl::TS.
-template<class Public, class Core> Public TS(Core *core) { return HandleRecord<Public>::TS(core); }
-template<class Public, class Core> Public TS(Core *core, bool owner) { return HandleRecord<Public>::TS(core, owner); }
-template<class Public, class Core> Public TS(const Core &core) { return HandleRecord<Public>::TS(core); }
+template<class Public, class... Args> Public TS(Args &&...args) {
+    return HandleRecord<Public>::TS(std::forward<Args>(args)...);
+}
 
 } // namespace Ostrevan
 

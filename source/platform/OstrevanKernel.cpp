@@ -23,7 +23,7 @@ bool Kernel::isCreated() const { return (impl().isValid() && impl().ref().isCrea
 bool Kernel::create() { return impl().ref().create(); }
 
 void Kernel::setName(const char *name) { impl().ref().setName(name); }
-String Kernel::getName() const { return getPublicString(impl().ref().getName()); }
+String Kernel::getName() const { return String::StringImpl::TS(impl().ref().getName()); }
 
 Kernel &Kernel::setParameters(const Kernel &kernel) {
     impl().ref().setParameters(getCore<Kolm::Kernel *>(kernel));
@@ -46,7 +46,7 @@ bool Kernel::loadShader(const char *name, const char *format, ...) {
     return impl().ref().loadShader(name, macros);
 }
 bool Kernel::loadShader(const char *name, const String &macros, const char **includes, uint32_t size) {
-    return impl().ref().loadShader(name, getCoreString(macros), includes, size);
+    return impl().ref().loadShader(name, macros.impl().ref(), includes, size);
 }
 bool Kernel::loadShaderGLSL(const char *name, const char *format, ...) {
     Kolm::String macros;
@@ -59,7 +59,7 @@ bool Kernel::loadShaderGLSL(const char *name, const char *format, ...) {
     return impl().ref().loadShaderGLSL(name, macros);
 }
 bool Kernel::loadShaderGLSL(const char *name, const String &macros, const char **includes, uint32_t size) {
-    return impl().ref().loadShaderGLSL(name, getCoreString(macros), includes, size);
+    return impl().ref().loadShaderGLSL(name, macros.impl().ref(), includes, size);
 }
 bool Kernel::createShader(const char *src, const char *format, ...) {
     Kolm::String macros;
@@ -72,7 +72,7 @@ bool Kernel::createShader(const char *src, const char *format, ...) {
     return impl().ref().createShader(src, macros);
 }
 bool Kernel::createShader(const char *src, const String &macros, const char **includes, uint32_t size) {
-    return impl().ref().createShader(src, getCoreString(macros), includes, size);
+    return impl().ref().createShader(src, macros.impl().ref(), includes, size);
 }
 bool Kernel::createShaderGLSL(const char *src, const char *format, ...) {
     Kolm::String macros;
@@ -85,7 +85,7 @@ bool Kernel::createShaderGLSL(const char *src, const char *format, ...) {
     return impl().ref().createShaderGLSL(src, macros);
 }
 bool Kernel::createShaderGLSL(const char *src, const String &macros, const char **includes, uint32_t size) {
-    return impl().ref().createShaderGLSL(src, getCoreString(macros), includes, size);
+    return impl().ref().createShaderGLSL(src, macros.impl().ref(), includes, size);
 }
 bool Kernel::loadShaderSPIRV(const char *name) { return impl().ref().loadShaderSPIRV(name); }
 bool Kernel::createShaderSPIRV(const uint32_t *words, uint32_t size) {

@@ -394,17 +394,6 @@ void Compiler::parse_members(const char *&s, Structure &structure, const Qualifi
     }
 }
 
-// The members of a structure in a function body. Its type has a name of its own: other bodies may use the same name.
-uint32_t Compiler::parse_local_members(const char *&s, const String &name, Scope *scope) {
-    Structure &structure = add_structure(name, scope);
-    structure.name.append(".");
-    String::fromu32(structure.name, structure.index);
-    layout_names.append(structure.name, structure.index);
-    parse_members(s, structure, Qualifiers());
-    create_structure(structure, true);
-    return structure.index;
-}
-
 // struct: "struct" name "{" members "}" [ declarators ] ";"
 void Compiler::parse_struct(const char *&s, Qualifiers &qualifiers) {
     StringStack<64> name;
