@@ -4,9 +4,6 @@ namespace Ostrevan {
 
 static_assert(sizeof(String::StringImpl) <= sizeof(String) && alignof(String::StringImpl) <= alignof(String));
 
-static String TS(const Kolm::String &str) { return String::StringImpl::TS(str); }
-static String TS(Kolm::String &&str) { return String::StringImpl::TS(std::move(str)); }
-
 const String String::null;
 
 String::String() { new(static_cast<void *>(reserved)) StringImpl; }
@@ -132,12 +129,12 @@ uint32_t String::distance(const char *str, bool sliding, uint32_t pos) const {
 
 // derived strings
 
-String String::substring(uint32_t pos, uint32_t len) const { return TS(impl().ref().substring(pos, len)); }
+String String::substring(uint32_t pos, uint32_t len) const { return getPublicString(impl().ref().substring(pos, len)); }
 String String::replace(char before, char after, uint32_t pos) const {
-    return TS(impl().ref().replace(before, after, pos));
+    return getPublicString(impl().ref().replace(before, after, pos));
 }
 String String::replace(const char *before, const char *after, uint32_t pos) const {
-    return TS(impl().ref().replace(before, after, pos));
+    return getPublicString(impl().ref().replace(before, after, pos));
 }
 Array<String> String::split(const char *delimiters, bool skip_empty) const {
     const Kolm::StringArray pieces = impl().ref().split(delimiters, skip_empty);
@@ -145,18 +142,18 @@ Array<String> String::split(const char *delimiters, bool skip_empty) const {
     for(uint32_t i = 0; i < pieces.size(); i++) ret[i].impl().set(pieces[i]);
     return ret;
 }
-String String::extension() const { return TS(impl().ref().extension()); }
-String String::extension(const char *ext) const { return TS(impl().ref().extension(ext)); }
-String String::pathname() const { return TS(impl().ref().pathname()); }
-String String::basename() const { return TS(impl().ref().basename()); }
-String String::dirname() const { return TS(impl().ref().dirname()); }
-String String::pathname(const char *path) { return TS(Kolm::String::pathname(path)); }
-String String::basename(const char *path) { return TS(Kolm::String::basename(path)); }
-String String::dirname(const char *path) { return TS(Kolm::String::dirname(path)); }
-String String::relname(const char *from, const char *to) { return TS(Kolm::String::relname(from, to)); }
-String String::capitalize() const { return TS(impl().ref().capitalize()); }
-String String::lower() const { return TS(impl().ref().lower()); }
-String String::upper() const { return TS(impl().ref().upper()); }
+String String::extension() const { return getPublicString(impl().ref().extension()); }
+String String::extension(const char *ext) const { return getPublicString(impl().ref().extension(ext)); }
+String String::pathname() const { return getPublicString(impl().ref().pathname()); }
+String String::basename() const { return getPublicString(impl().ref().basename()); }
+String String::dirname() const { return getPublicString(impl().ref().dirname()); }
+String String::pathname(const char *path) { return getPublicString(Kolm::String::pathname(path)); }
+String String::basename(const char *path) { return getPublicString(Kolm::String::basename(path)); }
+String String::dirname(const char *path) { return getPublicString(Kolm::String::dirname(path)); }
+String String::relname(const char *from, const char *to) { return getPublicString(Kolm::String::relname(from, to)); }
+String String::capitalize() const { return getPublicString(impl().ref().capitalize()); }
+String String::lower() const { return getPublicString(impl().ref().lower()); }
+String String::upper() const { return getPublicString(impl().ref().upper()); }
 
 // encoding
 
@@ -175,9 +172,13 @@ String &String::fromUtf32(String &dest, uint32_t code) {
     Kolm::String::fromUtf32(dest.impl().ref(), code);
     return dest;
 }
-String String::fromUtf32(const uint32_t *src, uint32_t size) { return TS(Kolm::String::fromUtf32(src, size)); }
-String String::fromUtf16(const uint16_t *src, uint32_t size) { return TS(Kolm::String::fromUtf16(src, size)); }
-String String::fromUrl(const char *str) { return TS(Kolm::String::fromUrl(str)); }
+String String::fromUtf32(const uint32_t *src, uint32_t size) {
+    return getPublicString(Kolm::String::fromUtf32(src, size));
+}
+String String::fromUtf16(const uint16_t *src, uint32_t size) {
+    return getPublicString(Kolm::String::fromUtf16(src, size));
+}
+String String::fromUrl(const char *str) { return getPublicString(Kolm::String::fromUrl(str)); }
 
 // format
 
@@ -204,11 +205,13 @@ String &String::printf(const char *format, ...) {
     va_end(args);
     return *this;
 }
-String String::vformat(const char *format, va_list args) { return TS(Kolm::String::vformat(format, args)); }
+String String::vformat(const char *format, va_list args) {
+    return getPublicString(Kolm::String::vformat(format, args));
+}
 String String::format(const char *format, ...) {
     va_list args;
     va_start(args, format);
-    String ret = TS(Kolm::String::vformat(format, args));
+    String ret = getPublicString(Kolm::String::vformat(format, args));
     va_end(args);
     return ret;
 }
@@ -231,22 +234,24 @@ String &String::fromu64(String &dest, uint64_t value, uint32_t radix) {
     Kolm::String::fromu64(dest.impl().ref(), value, radix);
     return dest;
 }
-String String::fromi32(int32_t value, uint32_t radix) { return TS(Kolm::String::fromi32(value, radix)); }
-String String::fromi64(int64_t value, uint32_t radix) { return TS(Kolm::String::fromi64(value, radix)); }
-String String::fromu32(uint32_t value, uint32_t radix) { return TS(Kolm::String::fromu32(value, radix)); }
-String String::fromu64(uint64_t value, uint32_t radix) { return TS(Kolm::String::fromu64(value, radix)); }
+String String::fromi32(int32_t value, uint32_t radix) { return getPublicString(Kolm::String::fromi32(value, radix)); }
+String String::fromi64(int64_t value, uint32_t radix) { return getPublicString(Kolm::String::fromi64(value, radix)); }
+String String::fromu32(uint32_t value, uint32_t radix) { return getPublicString(Kolm::String::fromu32(value, radix)); }
+String String::fromu64(uint64_t value, uint32_t radix) { return getPublicString(Kolm::String::fromu64(value, radix)); }
 String &String::fromf32(String &dest, float32_t value, uint32_t digits, bool compact, bool exponent) {
     Kolm::String::fromf32(dest.impl().ref(), value, digits, compact, exponent);
     return dest;
 }
 String String::fromf32(float32_t value, uint32_t digits, bool compact, bool exponent) {
-    return TS(Kolm::String::fromf32(value, digits, compact, exponent));
+    return getPublicString(Kolm::String::fromf32(value, digits, compact, exponent));
 }
 String &String::fromf32e(String &dest, float32_t value, uint32_t digits) {
     Kolm::String::fromf32e(dest.impl().ref(), value, digits);
     return dest;
 }
-String String::fromf32e(float32_t value, uint32_t digits) { return TS(Kolm::String::fromf32e(value, digits)); }
+String String::fromf32e(float32_t value, uint32_t digits) {
+    return getPublicString(Kolm::String::fromf32e(value, digits));
+}
 String &String::fromf32s(String &dest, float32_t value) {
     Kolm::String::fromf32s(dest.impl().ref(), value);
     return dest;
@@ -256,13 +261,15 @@ String &String::fromf64(String &dest, float64_t value, uint32_t digits, bool com
     return dest;
 }
 String String::fromf64(float64_t value, uint32_t digits, bool compact, bool exponent) {
-    return TS(Kolm::String::fromf64(value, digits, compact, exponent));
+    return getPublicString(Kolm::String::fromf64(value, digits, compact, exponent));
 }
 String &String::fromf64e(String &dest, float64_t value, uint32_t digits) {
     Kolm::String::fromf64e(dest.impl().ref(), value, digits);
     return dest;
 }
-String String::fromf64e(float64_t value, uint32_t digits) { return TS(Kolm::String::fromf64e(value, digits)); }
+String String::fromf64e(float64_t value, uint32_t digits) {
+    return getPublicString(Kolm::String::fromf64e(value, digits));
+}
 String &String::fromf64s(String &dest, float64_t value) {
     Kolm::String::fromf64s(dest.impl().ref(), value);
     return dest;
@@ -305,12 +312,24 @@ uint32_t String::toRGBAu8(uint32_t pos) const { return impl().ref().toRGBAu8(pos
 
 // units
 
-String String::fromTime(uint64_t value, uint32_t digits) { return TS(Kolm::String::fromTime(value, digits)); }
-String String::fromBytes(uint64_t value, uint32_t digits) { return TS(Kolm::String::fromBytes(value, digits)); }
-String String::fromNumber(uint64_t value, uint32_t digits) { return TS(Kolm::String::fromNumber(value, digits)); }
-String String::fromFrequency(uint64_t value, uint32_t digits) { return TS(Kolm::String::fromFrequency(value, digits)); }
-String String::fromLength(float64_t value, uint32_t digits) { return TS(Kolm::String::fromLength(value, digits)); }
-String String::fromAngle(float64_t value, uint32_t digits) { return TS(Kolm::String::fromAngle(value, digits)); }
+String String::fromTime(uint64_t value, uint32_t digits) {
+    return getPublicString(Kolm::String::fromTime(value, digits));
+}
+String String::fromBytes(uint64_t value, uint32_t digits) {
+    return getPublicString(Kolm::String::fromBytes(value, digits));
+}
+String String::fromNumber(uint64_t value, uint32_t digits) {
+    return getPublicString(Kolm::String::fromNumber(value, digits));
+}
+String String::fromFrequency(uint64_t value, uint32_t digits) {
+    return getPublicString(Kolm::String::fromFrequency(value, digits));
+}
+String String::fromLength(float64_t value, uint32_t digits) {
+    return getPublicString(Kolm::String::fromLength(value, digits));
+}
+String String::fromAngle(float64_t value, uint32_t digits) {
+    return getPublicString(Kolm::String::fromAngle(value, digits));
+}
 uint64_t String::toBytes(const char *str, uint32_t *consumed) { return Kolm::String::toBytes(str, consumed); }
 uint64_t String::toBytes(uint32_t pos, uint32_t *consumed) const { return impl().ref().toBytes(pos, consumed); }
 uint64_t String::toNumber(const char *str, uint32_t *consumed) { return Kolm::String::toNumber(str, consumed); }

@@ -73,4 +73,9 @@ inline const String::StringImpl &String::impl() const {
     return *std::launder(reinterpret_cast<const StringImpl *>(reserved));
 }
 
+/// Strings at the boundary: what the core layer returned, and what an application passed.
+inline String getPublicString(const Kolm::String &str) { return String::StringImpl::TS(str); }
+inline String getPublicString(Kolm::String &&str) { return String::StringImpl::TS(std::move(str)); }
+inline const Kolm::String &getCoreString(const String &str) { return str.impl().ref(); }
+
 } // namespace Ostrevan

@@ -22,13 +22,13 @@ bool Buffer::create(Flags flags, size_t size, Format format) {
 bool Buffer::create(const Buffer &buffer) { return impl().ref().create(getCore<Kolm::Buffer *>(buffer)); }
 
 void Buffer::setName(const char *name) { impl().ref().setName(name); }
-String Buffer::getName() const { return getPublicString(impl().ref().getName()); }
+String Buffer::getName() const { return String::StringImpl::TS(impl().ref().getName()); }
 
 Buffer::Flags Buffer::getFlags() const { return static_cast<Flags>(impl().ref().getFlags()); }
 bool Buffer::hasFlags(Flags flags) const { return impl().ref().hasFlags(getCoreFlags(flags)); }
 bool Buffer::hasFlag(Flags flags) const { return impl().ref().hasFlag(getCoreFlags(flags)); }
-String Buffer::getFlagsName() const { return getPublicString(impl().ref().getFlagsName()); }
-String Buffer::getDescription() const { return getPublicString(impl().ref().getDescription()); }
+String Buffer::getFlagsName() const { return String::StringImpl::TS(impl().ref().getFlagsName()); }
+String Buffer::getDescription() const { return String::StringImpl::TS(impl().ref().getDescription()); }
 Format Buffer::getFormat() const { return static_cast<Format>(impl().ref().getFormat()); }
 size_t Buffer::getSize() const { return impl().ref().getSize(); }
 uint32_t Buffer::getPageSize() const { return impl().ref().getPageSize(); }

@@ -46,9 +46,9 @@ Platform Device::getPlatform() const {
 const char *Device::getPlatformName() const { return Ostrevan::getPlatformName(getPlatform()); }
 uint32_t Device::getIndex() const { return impl().ref().getIndex(); }
 
-String Device::getName() const { return getPublicString(impl().ref().getName()); }
-String Device::getVendor() const { return getPublicString(impl().ref().getVendor()); }
-String Device::getVersion() const { return getPublicString(impl().ref().getVersion()); }
+String Device::getName() const { return String::StringImpl::TS(impl().ref().getName()); }
+String Device::getVendor() const { return String::StringImpl::TS(impl().ref().getVendor()); }
+String Device::getVersion() const { return String::StringImpl::TS(impl().ref().getVersion()); }
 const Device::Features &Device::getFeatures() const {
     return reinterpret_cast<const Features &>(impl().ref().getFeatures());
 }
@@ -96,7 +96,7 @@ Shader Device::loadShader(Shader::Type type, const char *name, const char *forma
     return TS<Shader>(impl().ref().loadShader(get_type(type), name, macros), true);
 }
 Shader Device::loadShader(Shader::Type type, const char *name, const String &macros) {
-    return TS<Shader>(impl().ref().loadShader(get_type(type), name, getCoreString(macros)), true);
+    return TS<Shader>(impl().ref().loadShader(get_type(type), name, macros.impl().ref()), true);
 }
 Shader Device::loadShaderGLSL(Shader::Type type, const char *name, const char *format, ...) {
     Kolm::String macros;
@@ -109,7 +109,7 @@ Shader Device::loadShaderGLSL(Shader::Type type, const char *name, const char *f
     return TS<Shader>(impl().ref().loadShaderGLSL(get_type(type), name, macros), true);
 }
 Shader Device::loadShaderGLSL(Shader::Type type, const char *name, const String &macros) {
-    return TS<Shader>(impl().ref().loadShaderGLSL(get_type(type), name, getCoreString(macros)), true);
+    return TS<Shader>(impl().ref().loadShaderGLSL(get_type(type), name, macros.impl().ref()), true);
 }
 Shader Device::createShader(Shader::Type type, const char *src, const char *format, ...) {
     Kolm::String macros;
@@ -122,7 +122,7 @@ Shader Device::createShader(Shader::Type type, const char *src, const char *form
     return TS<Shader>(impl().ref().createShader(get_type(type), src, macros), true);
 }
 Shader Device::createShader(Shader::Type type, const char *src, const String &macros) {
-    return TS<Shader>(impl().ref().createShader(get_type(type), src, getCoreString(macros)), true);
+    return TS<Shader>(impl().ref().createShader(get_type(type), src, macros.impl().ref()), true);
 }
 Shader Device::createShaderGLSL(Shader::Type type, const char *src, const char *format, ...) {
     Kolm::String macros;
@@ -135,7 +135,7 @@ Shader Device::createShaderGLSL(Shader::Type type, const char *src, const char *
     return TS<Shader>(impl().ref().createShaderGLSL(get_type(type), src, macros), true);
 }
 Shader Device::createShaderGLSL(Shader::Type type, const char *src, const String &macros) {
-    return TS<Shader>(impl().ref().createShaderGLSL(get_type(type), src, getCoreString(macros)), true);
+    return TS<Shader>(impl().ref().createShaderGLSL(get_type(type), src, macros.impl().ref()), true);
 }
 Shader Device::loadShaderSPIRV(Shader::Type type, const char *name) {
     return TS<Shader>(impl().ref().loadShaderSPIRV(get_type(type), name), true);

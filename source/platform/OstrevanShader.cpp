@@ -34,7 +34,7 @@ bool Shader::isCreated() const { return impl().isValid() && impl().ref().isCreat
         return impl().ref().FUNC(get_type(type), src, macros);                                                  \
     }                                                                                                           \
     bool Shader::FUNC(Type type, const char *src, const String &macros, const char **includes, uint32_t size) { \
-        return impl().ref().FUNC(get_type(type), src, getCoreString(macros), includes, size);                   \
+        return impl().ref().FUNC(get_type(type), src, macros.impl().ref(), includes, size);                     \
     }
 OSTREVAN_SHADER_SOURCE(load)
 OSTREVAN_SHADER_SOURCE(create)
@@ -51,8 +51,8 @@ Shader::Type Shader::getType() const { return impl().isValid() ? Type(uint32_t(i
 const char *Shader::getTypeName() const { return getTypeName(getType()); }
 const char *Shader::getTypeName(Type type) { return Kolm::Shader::getTypeName(get_type(type)); }
 
-String Shader::getName() const { return getPublicString(impl().ref().getName()); }
-String Shader::getMacros() const { return getPublicString(impl().ref().getMacros()); }
+String Shader::getName() const { return String::StringImpl::TS(impl().ref().getName()); }
+String Shader::getMacros() const { return String::StringImpl::TS(impl().ref().getMacros()); }
 
 #define OSTREVAN_SHADER_VALUE(TYPE, NAME)                                 \
     void Shader::set##NAME(TYPE value) { impl().ref().set##NAME(value); } \
@@ -80,7 +80,7 @@ void Shader::clearMacros() { Kolm::Shader::clearMacros(); }
 
 bool Shader::isInclude(const char *name) { return Kolm::Shader::isInclude(name); }
 void Shader::setInclude(const char *name, const char *src) { Kolm::Shader::setInclude(name, Kolm::String(src)); }
-void Shader::setInclude(const char *name, const String &src) { Kolm::Shader::setInclude(name, getCoreString(src)); }
+void Shader::setInclude(const char *name, const String &src) { Kolm::Shader::setInclude(name, src.impl().ref()); }
 bool Shader::removeInclude(const char *name) { return Kolm::Shader::removeInclude(name); }
 void Shader::clearIncludes() { Kolm::Shader::clearIncludes(); }
 void Shader::addIncludePath(const char *path) { Kolm::Shader::addIncludePath(path); }
@@ -94,15 +94,15 @@ String Shader::preprocessor(const char *src, const char *format, ...) {
         macros.vprintf(format, args);
         va_end(args);
     }
-    return getPublicString(Kolm::Shader::preprocessor(src, macros));
+    return String::StringImpl::TS(Kolm::Shader::preprocessor(src, macros));
 }
 String Shader::preprocessor(const char *src, const String &macros, const char **includes, uint32_t size, bool *status) {
-    return getPublicString(Kolm::Shader::preprocessor(src, getCoreString(macros), includes, size, status));
+    return String::StringImpl::TS(Kolm::Shader::preprocessor(src, macros.impl().ref(), includes, size, status));
 }
 
 String Shader::loadPreprocessor(const char *name, const String &macros, const char **includes, uint32_t size,
                                 bool *status) {
-    return getPublicString(Kolm::Shader::loadPreprocessor(name, getCoreString(macros), includes, size, status));
+    return String::StringImpl::TS(Kolm::Shader::loadPreprocessor(name, macros.impl().ref(), includes, size, status));
 }
 
 } // namespace Ostrevan

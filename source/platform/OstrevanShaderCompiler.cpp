@@ -15,6 +15,8 @@ const uint32_t *ShaderCompiler::getOpcodes() const { return isCreated() ? impl()
 bool ShaderCompiler::getBinary(Stream &stream, const char *format) const {
     return impl().ref().getBinary(stream.impl().ref(), format);
 }
-String ShaderCompiler::getSource(const char *format) const { return getPublicString(impl().ref().getSource(format)); }
+String ShaderCompiler::getSource(const char *format) const {
+    return String::StringImpl::TS(impl().ref().getSource(format));
+}
 
 } // namespace Ostrevan

@@ -115,6 +115,37 @@ TEST(PublicBlob, forwards_typed_and_packed_data) {
     EXPECT_EQ(memcmp(a, b, sizeof(a)), 0);
 }
 
+TEST(PublicBlob, speaks_in_strings) {
+    Blob blob(String("first"));
+    EXPECT_TRUE(blob.getName() == "first");
+    blob.setName(String("second"));
+    EXPECT_STREQ(blob.getName().get(), "second");
+    EXPECT_TRUE(blob.puts(String("one two\nthree\n\nfour")) && blob.writeString(String("end"), '\n'));
+    EXPECT_TRUE(blob.writeString(String("encoded")));
+    blob.seek(0);
+    bool status = true;
+    String str, buffer;
+    EXPECT_TRUE(blob.readToken(&status) == "one");
+    EXPECT_TRUE(blob.readToken(str) && str == "two");
+    EXPECT_TRUE(blob.readLine(&status) == "three");
+    EXPECT_TRUE(blob.readLine(str, true) && str == "fourend");
+    EXPECT_TRUE(blob.readString(&status) == "encoded");
+    blob.seek(8);
+    EXPECT_TRUE(blob.readString('\n', &status) == "three");
+    EXPECT_TRUE(blob.readLine(str, buffer, 4) && str == "");
+    EXPECT_TRUE(blob.readToken(str, buffer, 4) && str == "fourend");
+    EXPECT_TRUE(status);
+    blob.seek(0);
+    EXPECT_EQ(blob.gets().size(), blob.getSize());
+
+    Blob abc(reinterpret_cast<const uint8_t *>("abc"), 3);
+    EXPECT_TRUE(abc.getMD5() == "900150983cd24fb0d6963f7d28e17f72" && Blob::getMD5("abc") == abc.getMD5());
+    EXPECT_TRUE(Blob::getSHA1(abc.getData(), 3) == "a9993e364706816aba3e25717850c26c9cd0d89d");
+    const String text = abc.encodeBase64();
+    EXPECT_TRUE(text == "YWJj");
+    EXPECT_TRUE(abc.decodeBase64(text) && abc.getSize() == 6);
+}
+
 TEST(PublicBlob, misuse_ends_the_process) {
     EXPECT_ASSERTION(Stream().readu8(), "0 && \"Stream\" \"Impl::ref(): is not constructed\"");
     EXPECT_ASSERTION(Blob::null.getSize(), "0 && \"Stream\" \"Impl::ref(): is not constructed\"");

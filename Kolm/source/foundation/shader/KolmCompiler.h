@@ -576,7 +576,7 @@ private:
     bool parse_qualifier(const char *&s, Qualifiers &qualifiers, bool parameter);
     void parse_layout(const char *&s, Qualifiers &qualifiers);
     void parse_struct(const char *&s, Qualifiers &qualifiers);
-    void parse_members(const char *&s, Structure &structure, const Qualifiers &block);
+    void parse_members(const char *&s, Structure &structure, const Qualifiers &block, const Scope *scope);
     void parse_block(const char *&s, const String &name, Qualifiers &qualifiers);
     bool parse_prototype(const char *&s, const String &type, const String &name, const Qualifiers &qualifiers);
     void parse_declarators(const char *&s, const String &type, const Array<uint32_t> &lengths, Qualifiers &qualifiers);
@@ -604,6 +604,8 @@ private:
     static uint32_t get_array_type(String &type, const Array<uint32_t> &lengths);
     /// Moves behind the region that begins at \p s with \p open.
     static void skip_region(const char *&s, char open, char close);
+    /// The same; false and at the end of the text if the region has no end.
+    static bool find_region(const char *&s, char open, char close);
     /// Text up to a top-level "," or \p end, which stays.
     static String read_item(const char *&s, char end);
 
@@ -640,8 +642,8 @@ private:
     void parse_return(const char *&s, Function &func, Scope *scope);
     void parse_flow(const char *&s, Function &func, Scope *scope);
     bool parse_local(const char *&s, Function &func, Scope *scope);
-    void parse_local_variables(const char *&s, const String &type_name, const Array<uint32_t> &dimensions, bool constant,
-                               Function &func, Scope *scope);
+    void parse_local_variables(const char *&s, const String &type_name, const Array<uint32_t> &dimensions,
+                               bool constant, Function &func, Scope *scope);
     bool parse_local_constant(const char *&s, const String &name, const String &type, uint32_t length, Function &func,
                               Scope *scope);
     uint32_t parse_initial_value(const char *&s, uint32_t &type, Function &func, Scope *scope);
