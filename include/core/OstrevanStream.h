@@ -6,6 +6,7 @@
 
 #include <base/OstrevanForward.h>
 #include <base/OstrevanHandle.h>
+#include <core/OstrevanString.h>
 
 namespace Ostrevan {
 

@@ -280,7 +280,7 @@ private:
     // Equal addresses mean one object only while this record's object lives: a new object may have got the address
     // of one that was destroyed through another handle.
     bool is_same(const Core *core) const {
-        return ptr == core && (counter == nullptr || (*counter & DestroyedBit) == 0);
+        return ptr == core && (counter == nullptr || (counter->load_relaxed() & DestroyedBit) == 0);
     }
 
     // A record that already has the object can only lose rights. An empty source gives \p empty_flags.
@@ -373,9 +373,9 @@ private:
 };
 
 /// Handle of class \p Public for what the core layer returned, see HandleImpl::TS.
-template<class Public, class Core> Public TS(Core *core) { return HandleRecord<Public>::TS(core); }
-template<class Public, class Core> Public TS(Core *core, bool owner) { return HandleRecord<Public>::TS(core, owner); }
-template<class Public, class Core> Public TS(const Core &core) { return HandleRecord<Public>::TS(core); }
+template<class Public, class... Args> Public TS(Args &&...args) {
+    return HandleRecord<Public>::TS(std::forward<Args>(args)...);
+}
 
 } // namespace Ostrevan
 

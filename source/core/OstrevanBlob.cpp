@@ -1,5 +1,7 @@
 #include "OstrevanBlobKolm.h"
 
+#include "OstrevanStringKolm.h"
+
 namespace Ostrevan {
 
 OSTREVAN_HANDLE_SOURCE(Blob, Copyable, Stream)
@@ -8,6 +10,7 @@ Blob::Blob(const char *name) : Blob(VoidImpl()) {
     impl().alloc();
     if(name) impl().ref().setName(name);
 }
+Blob::Blob(const String &name) : Blob(name.get()) {}
 Blob::Blob(const uint8_t *data, size_t size, const char *name) : Blob(name) { impl().ref().setData(data, size); }
 Blob::Blob(const uint8_t (*rows)[256], const char *name) : Blob(name) { impl().ref().setData(rows); }
 
@@ -16,6 +19,7 @@ void Blob::shrink() { impl().ref().shrink(); }
 void Blob::clear() { impl().ref().clear(); }
 
 void Blob::setName(const char *name) { impl().ref().setName(name); }
+void Blob::setName(const String &name) { impl().ref().setName(name.get()); }
 bool Blob::setSize(size_t size) { return impl().ref().setSize(size); }
 bool Blob::setCapacity(size_t capacity) { return impl().ref().setCapacity(capacity); }
 size_t Blob::getCapacity() const { return impl().ref().getCapacity(); }
@@ -26,17 +30,27 @@ bool Blob::setData(const uint8_t (*rows)[256]) { return impl().ref().setData(row
 uint8_t *Blob::getData() { return impl().ref().getData(); }
 const uint8_t *Blob::getData() const { return impl().ref().getData(); }
 
+String Blob::encodeBase64(size_t size, uint32_t line) { return TS<String>(impl().ref().encodeBase64(size, line)); }
 bool Blob::decodeBase64(const char *text) { return impl().ref().decodeBase64(text); }
+bool Blob::decodeBase64(const String &text) { return impl().ref().decodeBase64(text.get()); }
 
-bool Blob::getMD5(uint32_t *hash, size_t size) const { return impl().ref().getMD5(hash, size); }
-bool Blob::getSHA1(uint32_t *hash, size_t size) const { return impl().ref().getSHA1(hash, size); }
-bool Blob::getMD5(uint32_t *hash, const uint8_t *src, size_t size) { return Kolm::Blob::getMD5(hash, src, size); }
-bool Blob::getSHA1(uint32_t *hash, const uint8_t *src, size_t size) { return Kolm::Blob::getSHA1(hash, src, size); }
-bool Blob::getMD5(uint32_t *hash, Stream &stream, size_t size) {
-    return Kolm::Blob::getMD5(hash, stream.impl().ref(), size);
-}
-bool Blob::getSHA1(uint32_t *hash, Stream &stream, size_t size) {
-    return Kolm::Blob::getSHA1(hash, stream.impl().ref(), size);
-}
+#define OSTREVAN_BLOB_DIGEST(NAME)                                                                                    \
+    bool Blob::get##NAME(uint32_t *hash, size_t size) const { return impl().ref().get##NAME(hash, size); }            \
+    String Blob::get##NAME(size_t size) const { return TS<String>(impl().ref().get##NAME(size)); }                    \
+    bool Blob::get##NAME(uint32_t *hash, const String &str) { return Kolm::Blob::get##NAME(hash, str.impl().ref()); } \
+    bool Blob::get##NAME(uint32_t *hash, const uint8_t *src, size_t size) {                                           \
+        return Kolm::Blob::get##NAME(hash, src, size);                                                                \
+    }                                                                                                                 \
+    bool Blob::get##NAME(uint32_t *hash, Stream &stream, size_t size) {                                               \
+        return Kolm::Blob::get##NAME(hash, stream.impl().ref(), size);                                                \
+    }                                                                                                                 \
+    String Blob::get##NAME(const String &str) { return TS<String>(Kolm::Blob::get##NAME(str.impl().ref())); }         \
+    String Blob::get##NAME(const uint8_t *src, size_t size) { return TS<String>(Kolm::Blob::get##NAME(src, size)); }  \
+    String Blob::get##NAME(Stream &stream, size_t size) {                                                             \
+        return TS<String>(Kolm::Blob::get##NAME(stream.impl().ref(), size));                                          \
+    }
+
+OSTREVAN_BLOB_DIGEST(MD5)
+OSTREVAN_BLOB_DIGEST(SHA1)
 
 } // namespace Ostrevan

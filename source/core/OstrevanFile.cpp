@@ -1,5 +1,7 @@
 #include "OstrevanFileKolm.h"
 
+#include "OstrevanStringKolm.h"
+
 namespace Ostrevan {
 
 OSTREVAN_HANDLE_SOURCE(File, Copyable, Stream)
@@ -7,6 +9,7 @@ OSTREVAN_HANDLE_SOURCE(File, Copyable, Stream)
 File::File() : File(VoidImpl()) { impl().alloc(); }
 
 bool File::open(const char *name, const char *mode) { return impl().ref().open(name, mode); }
+bool File::open(const String &name, const char *mode) { return impl().ref().open(name.get(), mode); }
 bool File::open(int32_t descriptor, const char *name, const char *mode) {
     return impl().ref().open(descriptor, name, mode);
 }

@@ -1,5 +1,7 @@
 #include "OstrevanStreamKolm.h"
 
+#include "OstrevanStringKolm.h"
+
 namespace Ostrevan {
 
 OSTREVAN_HANDLE_SOURCE(Stream, Noncopyable)
@@ -13,6 +15,7 @@ bool Stream::isOpened() const { return impl().isValid() && impl().ref().isOpened
 bool Stream::isMapped() const { return impl().ref().isMapped(); }
 bool Stream::isAvailable() const { return impl().ref().isAvailable(); }
 size_t Stream::getSize() const { return impl().ref().getSize(); }
+String Stream::getName() const { return TS<String>(impl().ref().getName()); }
 
 size_t Stream::tell() const { return impl().ref().tell(); }
 bool Stream::seek(size_t offset) { return impl().ref().seek(offset); }
@@ -24,6 +27,7 @@ size_t Stream::write(const void *src, size_t size) { return impl().ref().write(s
 bool Stream::flush() { return impl().ref().flush(); }
 
 bool Stream::puts(const char *str) { return impl().ref().puts(str); }
+bool Stream::puts(const String &str) { return impl().ref().puts(str.impl().ref()); }
 bool Stream::vprintf(const char *format, va_list args) { return impl().ref().vprintf(format, args); }
 bool Stream::printf(const char *format, ...) {
     va_list args;
@@ -32,6 +36,8 @@ bool Stream::printf(const char *format, ...) {
     va_end(args);
     return ret;
 }
+
+String Stream::gets(bool *status) { return TS<String>(impl().ref().gets(status)); }
 
 #define OSTREVAN_STREAM_VALUES(X) \
     X(int8_t, i8)                 \
@@ -53,7 +59,26 @@ bool Stream::printf(const char *format, ...) {
     bool Stream::write##NAME(TYPE value) { return impl().ref().write##NAME(value); }
 OSTREVAN_STREAM_VALUES(OSTREVAN_STREAM_VALUE)
 
+String Stream::readString(bool *status) { return TS<String>(impl().ref().readString(status)); }
+String Stream::readString(char term, bool *status, uint32_t max) {
+    return TS<String>(impl().ref().readString(term, status, max));
+}
 bool Stream::writeString(const char *str) { return impl().ref().writeString(str); }
+bool Stream::writeString(const String &str) { return impl().ref().writeString(str.impl().ref()); }
+bool Stream::writeString(const String &str, char term) { return impl().ref().writeString(str.impl().ref(), term); }
+
+String Stream::readToken(bool *status) { return TS<String>(impl().ref().readToken(status)); }
+bool Stream::readToken(String &dest, bool clear) { return impl().ref().readToken(dest.impl().ref(), clear); }
+bool Stream::readToken(String &dest, String &buffer, uint32_t size) {
+    return impl().ref().readToken(dest.impl().ref(), buffer.impl().ref(), size);
+}
+String Stream::readLine(bool *status) { return TS<String>(impl().ref().readLine(status)); }
+bool Stream::readLine(String &dest, bool skip_empty, bool clear) {
+    return impl().ref().readLine(dest.impl().ref(), skip_empty, clear);
+}
+bool Stream::readLine(String &dest, String &buffer, uint32_t size) {
+    return impl().ref().readLine(dest.impl().ref(), buffer.impl().ref(), size);
+}
 
 size_t Stream::readStream(Stream &dest, size_t size, bool *status) {
     return impl().ref().readStream(dest.impl().ref(), size, status);

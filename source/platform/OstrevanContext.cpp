@@ -27,7 +27,10 @@ const char *Context::getPlatformName() const { return Ostrevan::getPlatformName(
 uint32_t Context::getIndex() const { return (impl().isValid()) ? impl().ref().getIndex() : ~0u; }
 
 bool Context::isCreated() const { return (impl().isValid() && impl().ref().isCreated()); }
-bool Context::create() { return (impl().isValid() && impl().ref().create()); }
+bool Context::create() {
+    Kolm::Offscreen *context = impl().get();
+    return (context && context->create());
+}
 bool Context::flush() { return (impl().isValid() && impl().ref().flush()); }
 bool Context::finish() { return (impl().isValid() && impl().ref().finish()); }
 

@@ -68,7 +68,7 @@ public:
     const uint8_t *getData() const override { return nullptr; }
     size_t read(void *dest, size_t size) override { return Blob::read(dest, size); }
     size_t write(const void *src, size_t size) override { return (size <= room) ? Blob::write(src, size) : 0; }
-    uint32_t read_encoded(uint8_t *dest, uint32_t max) override { return Stream::read_encoded(dest, max); }
+    bool read_encoded(uint64_t &value, uint32_t max) override { return Stream::read_encoded(value, max); }
 
     size_t room = SIZE_MAX;
 };

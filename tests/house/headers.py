@@ -29,6 +29,8 @@ for compiler in compilers:
         jobs.append((compiler, standard, "all in reversed order", reverse + reverse))
 with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
     faults = [fault for fault in pool.map(compile_text, jobs) if fault]
+umbrella = (INCLUDE / "Ostrevan.h").read_text()
+faults += [f"Ostrevan.h lacks {h}" for h in headers if h != "Ostrevan.h" and f"<{h}>" not in umbrella]
 for fault in faults:
     print(fault)
 kolm = [h for h in headers if "Kolm::" in (INCLUDE / h).read_text()]

@@ -42,7 +42,7 @@ template<class Type> static void print_value(Type value) {
 
 static void print_features(const Device::Features &features, bool json) {
     const char *comma = "";
-#define FEATURE(TYPE, NAME)                                       \
+#define OSTREVAN_FEATURE(TYPE, NAME)                              \
     if(strcmp(#NAME, "initialized") != 0) {                       \
         if(json) {                                                \
             printf("%s\"%s\":", comma, #NAME);                    \

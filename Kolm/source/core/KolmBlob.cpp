@@ -258,17 +258,22 @@ bool Blob::flush() {
     return true;
 }
 
-uint32_t Blob::read_encoded(uint8_t *dest, uint32_t max) {
+bool Blob::read_encoded(uint64_t &value, uint32_t max) {
     KOLM_ASSERT(isOpened() && "Blob::read(): is not opened");
-    const uint8_t *ptr = impl->ptr;
-    const uint32_t limit = static_cast<uint32_t>(min(size_t(max), impl->rest()));
-    uint32_t num = 0;
-    while(num < limit) {
-        dest[num] = ptr[num];
-        if(dest[num++] & 0x80) break;
+    uint8_t *ptr = impl->ptr;
+    uint8_t *const end = ptr + min(size_t(max), impl->rest());
+    uint64_t ret = 0;
+    for(uint32_t shift = 0; ptr != end; shift += 7) {
+        const uint8_t byte = *ptr++;
+        ret |= uint64_t(byte & 0x7F) << shift;
+        if((byte & 0x80) == 0) continue;
+        impl->ptr = ptr;
+        value = ret;
+        return true;
     }
-    impl->ptr += num;
-    return num;
+    impl->ptr = ptr;
+    value = 0;
+    return false;
 }
 
 } // namespace Kolm

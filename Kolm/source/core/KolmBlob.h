@@ -93,7 +93,7 @@ public:
     static String getSHA1(Stream &stream, size_t size = 0);
 
 protected:
-    uint32_t read_encoded(uint8_t *dest, uint32_t max) override;
+    bool read_encoded(uint64_t &value, uint32_t max) override;
 
 private:
     struct BlobImpl;

@@ -228,17 +228,18 @@ bool File::flush() {
     return fflush(impl->file) == 0;
 }
 
-uint32_t File::read_encoded(uint8_t *dest, uint32_t max) {
+bool File::read_encoded(uint64_t &value, uint32_t max) {
     KOLM_ASSERT(isOpened() && "File::read(): is not opened");
     impl->set_state(FileImpl::StateRead);
-    uint32_t num = 0;
-    while(num < max) {
+    value = 0;
+    for(uint32_t i = 0; i < max; i++) {
         const int32_t c = getc(impl->file);
         if(c == EOF) break;
-        dest[num] = static_cast<uint8_t>(c);
-        if(dest[num++] & 0x80) break;
+        value |= uint64_t(c & 0x7F) << (7 * i);
+        if(c & 0x80) return true;
     }
-    return num;
+    value = 0;
+    return false;
 }
 
 // file system

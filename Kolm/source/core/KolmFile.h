@@ -56,7 +56,7 @@ public:
     static bool remove(const char *name);
 
 protected:
-    uint32_t read_encoded(uint8_t *dest, uint32_t max) override;
+    bool read_encoded(uint64_t &value, uint32_t max) override;
 
 private:
     struct FileImpl;

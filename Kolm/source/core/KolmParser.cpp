@@ -257,6 +257,7 @@ uint32_t Parser::readToken(const char *src, String &dest, const char *delimiters
 uint32_t Parser::expectToken(const char *src, const char *token) { return expectToken(src, token, nullptr); }
 
 uint32_t Parser::expectToken(const char *src, const char *token, const char *delimiters) {
+    KOLM_ASSERT(token && "Parser::expectToken(): invalid token");
     const char *s = spaces(src);
     const char *end = scan_token(s, delimiters);
     const size_t size = strlen(token);
@@ -280,6 +281,7 @@ uint32_t Parser::readName(const char *src, String &dest, bool clear) {
 }
 
 uint32_t Parser::expectName(const char *src, const char *name) {
+    KOLM_ASSERT(name && "Parser::expectName(): invalid name");
     const char *s = spaces(src);
     const char *end = scan_name(s);
     const size_t size = strlen(name);

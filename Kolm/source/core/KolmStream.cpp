@@ -80,36 +80,16 @@ String Stream::gets(bool *status) {
 
 // encoded integers
 
-uint32_t Stream::read_encoded(uint8_t *dest, uint32_t max) {
-    uint32_t num = 0;
-    while(num < max && read(dest + num, 1) == 1) {
-        if(dest[num++] & 0x80) break;
+bool Stream::read_encoded(uint64_t &value, uint32_t max) {
+    value = 0;
+    for(uint32_t i = 0; i < max; i++) {
+        uint8_t byte;
+        if(read(&byte, 1) != 1) break;
+        value |= uint64_t(byte & 0x7F) << (7 * i);
+        if(byte & 0x80) return true;
     }
-    return num;
-}
-
-uint32_t Stream::readu32e(bool *status) {
-    uint8_t bytes[5];
-    const uint32_t num = read_encoded(bytes, sizeof(bytes));
-    if(KOLM_UNLIKELY(num == 0 || (bytes[num - 1] & 0x80) == 0)) {
-        if(status) *status = false;
-        return 0;
-    }
-    uint32_t value = 0;
-    for(uint32_t i = 0; i < num; i++) value |= uint32_t(bytes[i] & 0x7F) << (7 * i);
-    return value;
-}
-
-uint64_t Stream::readu64e(bool *status) {
-    uint8_t bytes[9];
-    const uint32_t num = read_encoded(bytes, sizeof(bytes));
-    if(KOLM_UNLIKELY(num == 0 || (bytes[num - 1] & 0x80) == 0)) {
-        if(status) *status = false;
-        return 0;
-    }
-    uint64_t value = 0;
-    for(uint32_t i = 0; i < num; i++) value |= uint64_t(bytes[i] & 0x7F) << (7 * i);
-    return value;
+    value = 0;
+    return false;
 }
 
 bool Stream::writeu32e(uint32_t value) {

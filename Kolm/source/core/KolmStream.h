@@ -90,9 +90,9 @@ public:
     // encoded integers: 7 bits a byte, low group first, the top bit is set in the last byte only
 
     int32_t readi32e(bool *status = nullptr) { return static_cast<int32_t>(readu32e(status)); }
-    uint32_t readu32e(bool *status = nullptr);
+    uint32_t readu32e(bool *status = nullptr) { return static_cast<uint32_t>(read_encoded(5, status)); }
     int64_t readi64e(bool *status = nullptr) { return static_cast<int64_t>(readu64e(status)); }
-    uint64_t readu64e(bool *status = nullptr);
+    uint64_t readu64e(bool *status = nullptr) { return read_encoded(9, status); }
 
     bool writei32e(int32_t value) { return writeu32e(static_cast<uint32_t>(value)); }
     bool writeu32e(uint32_t value);
@@ -182,9 +182,9 @@ public:
 protected:
     static constexpr size_t chunk_size = 0x10000; // step by which data of a promised size is read
 
-    /// Bytes of one encoded integer: up to \p max bytes, ending at the first with the top bit set. Returns their
-    /// number. Behind the public operations, so that streams over memory read an encoded integer in one call.
-    virtual uint32_t read_encoded(uint8_t *dest, uint32_t max);
+    /// One encoded integer of up to \p max bytes. False, with \p value 0, if its end does not come. Behind the public
+    /// operations, so that streams over memory read an encoded integer in one call.
+    virtual bool read_encoded(uint64_t &value, uint32_t max);
 
 private:
     template<class Type> Type read_value(bool *status) {
@@ -192,6 +192,12 @@ private:
         if(KOLM_LIKELY(read(&value, sizeof(value)) == sizeof(value))) return value;
         if(status) *status = false;
         return Type(0);
+    }
+
+    uint64_t read_encoded(uint32_t max, bool *status) {
+        uint64_t value;
+        if(KOLM_UNLIKELY(!read_encoded(value, max)) && status) *status = false;
+        return value;
     }
 
     bool read_string(String &dest, size_t size);

@@ -14,7 +14,7 @@ public:
     ~StreamBuffer() { release(); }
 
     void release() {
-        Allocator::free(data, capacity);
+        if(capacity) Allocator::free(data, capacity);
         data = nullptr;
         capacity = length = 0;
     }
@@ -27,17 +27,25 @@ public:
         return data != nullptr;
     }
 
-    /// Reads \p size bytes of \p src, or all that are left if \p size is 0. Memory grows with the bytes that came.
+    /// Reads \p size bytes of \p src, or all that are left if \p size is 0. Memory grows with the bytes that came; of a
+    /// stream in memory nothing is copied unless \p copy is set, and the bytes stay while that stream is not written.
     /// False if the stream ends before, or there is no memory.
-    bool read(Stream &src, size_t size) {
-        length = 0;
+    bool read(Stream &src, size_t size, bool copy = false) {
+        release();
         if(src.isMapped()) {
             // Here the size is no promise: the bytes are there.
             const size_t rest = src.getSize() - src.tell();
-            const size_t room = size ? min(size, rest) : rest;
-            if(room > capacity && !create(room)) return false;
-            length = src.read(data, room);
-            return length == (size ? size : rest);
+            length = size ? min(size, rest) : rest;
+            if(copy && length) {
+                const size_t num = length;
+                if(!create(num)) return false;
+                memcpy(data, src.getData() + src.tell(), num);
+                length = num;
+            } else {
+                data = const_cast<uint8_t *>(src.getData() + src.tell());
+            }
+            src.seekCur(static_cast<int64_t>(length));
+            return size == 0 || length == size;
         }
         while(size == 0 || length < size) {
             if(size == 0 && !src.isAvailable()) return true;
@@ -70,8 +78,8 @@ private:
     }
 
     uint8_t *data = nullptr;
-    size_t capacity = 0;
-    size_t length = 0; // bytes read
+    size_t capacity = 0; // allocated bytes; 0 while `data` is the memory of a stream
+    size_t length = 0;   // bytes read
 };
 
 } // namespace Kolm

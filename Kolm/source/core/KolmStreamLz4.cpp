@@ -34,7 +34,7 @@ class Lz4Window : private NoCopy {
 public:
     static constexpr size_t window_size = 0x10000;
     static constexpr size_t flush_size = 0x40000;
-    static constexpr size_t slack = 32; // copies may write this far behind the end
+    static constexpr size_t slack = 64; // copies may write this far behind the end
 
     explicit Lz4Window(Stream &dest) : dest(dest) {}
     bool create() { return buffer.create(flush_size + window_size + slack); }
@@ -53,10 +53,16 @@ public:
         return true;
     }
 
-    // The same for short runs with 16 readable bytes behind them.
-    bool appendFast(const uint8_t *src, size_t size) {
-        memcpy(buffer.get() + length, src, 16);
-        return advance(size);
+    // A short sequence: up to 14 literals, of which 16 bytes can be read, and a match of up to 18 bytes that lies at
+    // least 8 bytes back. Both may write into the slack; what passed the end is written again by what follows.
+    bool appendShort(const uint8_t *src, size_t size, size_t offset, size_t match) {
+        uint8_t *ptr = buffer.get() + length;
+        memcpy(ptr, src, 16);
+        ptr += size;
+        memcpy(ptr, ptr - offset, 8);
+        memcpy(ptr + 8, ptr - offset + 8, 8);
+        memcpy(ptr + 16, ptr - offset + 16, 2);
+        return advance(size + match);
     }
 
     bool repeat(size_t offset, size_t size) {
@@ -182,7 +188,7 @@ size_t Stream::encodeLz4(Stream &src, size_t size, bool *status, int32_t level) 
 // sequence: token [literal length] literals [offset:2 [match length]], the last one ends behind its literals
 size_t Stream::decodeLz4(Stream &src, size_t size, bool *status) {
     StreamBuffer input;
-    if(!input.read(src, size)) {
+    if(!input.read(src, size, &src == this)) {
         Log::printf(Log::Error, "Stream::decodeLz4(): can't read stream\n");
         if(status) *status = false;
         return 0;
@@ -205,17 +211,21 @@ size_t Stream::decodeLz4(Stream &src, size_t size, bool *status) {
         const uint8_t token = *ptr++;
 
         size_t length = token >> 4;
-        if(length < 15 && end - ptr >= 16) {
-            if(!window.appendFast(ptr, length)) error = write_error;
-            ptr += length;
-        } else {
-            if((length == 15 && !read_length(ptr, end, length)) || size_t(end - ptr) < length) {
-                error = decompress_error;
-                break;
+        if(token < 0xF0 && (token & 15) < 15 && end - ptr >= 18) {
+            // The common case, with nothing that could pass an end.
+            const size_t offset = size_t(ptr[length]) | size_t(ptr[length + 1]) << 8;
+            if(KOLM_LIKELY(offset >= 8 && offset <= window.size() + length)) {
+                if(!window.appendShort(ptr, length, offset, (token & 15) + 4)) error = write_error;
+                ptr += length + 2;
+                continue;
             }
-            if(!window.append(ptr, length)) error = write_error;
-            ptr += length;
         }
+        if((length == 15 && !read_length(ptr, end, length)) || size_t(end - ptr) < length) {
+            error = decompress_error;
+            break;
+        }
+        if(!window.append(ptr, length)) error = write_error;
+        ptr += length;
         if(ptr == end || error) break;
 
         if(end - ptr < 2) {

@@ -157,10 +157,10 @@ void print_float(String &text, const Specification &spec, float64_t value, char 
             format = std::chars_format::general;
         } else {
             // The same choice by hand, since the trailing zeros stay.
-            char e_text[512];
+            char digits[512];
             const uint32_t num = min(precision - 1, 400u);
-            const char *e =
-                std::to_chars(e_text, e_text + sizeof(e_text), value, std::chars_format::scientific, int(num)).ptr;
+            char *e = std::to_chars(digits, digits + 500, value, std::chars_format::scientific, int(num)).ptr;
+            *e = '\0';
             while(e[-1] != 'e') e--;
             const int32_t power = String::toi32(e);
             if(power < -4 || power >= int32_t(precision)) {

@@ -198,15 +198,24 @@ float64_t String::toLength(const char *str, uint32_t *consumed) {
     return value * scale;
 }
 
-#define TO_UNIT(TYPE, NAME)                                                    \
-    TYPE String::NAME(uint32_t pos, uint32_t *consumed) const {                \
-        KOLM_ASSERT(pos <= length && "String::" #NAME "(): invalid position"); \
-        return NAME(data + pos, consumed);                                     \
-    }
-TO_UNIT(uint64_t, toBytes)
-TO_UNIT(uint64_t, toNumber)
-TO_UNIT(uint64_t, toFrequency)
-TO_UNIT(float64_t, toLength)
-#undef TO_UNIT
+uint64_t String::toBytes(uint32_t pos, uint32_t *consumed) const {
+    KOLM_ASSERT(pos <= length && "String::toBytes(): invalid position");
+    return toBytes(data + pos, consumed);
+}
+
+uint64_t String::toNumber(uint32_t pos, uint32_t *consumed) const {
+    KOLM_ASSERT(pos <= length && "String::toNumber(): invalid position");
+    return toNumber(data + pos, consumed);
+}
+
+uint64_t String::toFrequency(uint32_t pos, uint32_t *consumed) const {
+    KOLM_ASSERT(pos <= length && "String::toFrequency(): invalid position");
+    return toFrequency(data + pos, consumed);
+}
+
+float64_t String::toLength(uint32_t pos, uint32_t *consumed) const {
+    KOLM_ASSERT(pos <= length && "String::toLength(): invalid position");
+    return toLength(data + pos, consumed);
+}
 
 } // namespace Kolm

@@ -11,7 +11,8 @@ namespace Kolm {
 namespace {
 
 constexpr size_t guard_size = sizeof(uint64_t);
-constexpr uint32_t max_parts = 0xFFFF; // depth and layers are stored in 16 bits
+constexpr uint32_t max_parts = 0xFFFF;       // depth and layers are stored in 16 bits
+constexpr size_t max_size = size_t(1) << 40; // of pixels in memory: more than an allocation can give
 
 constexpr const char *type_names[Image::NumTypes] = {"Unknown", "2D", "3D", "Cube"};
 
@@ -187,7 +188,7 @@ bool Image::create(Type type, Format format, const Size &size, uint32_t layers, 
         overflow |= __builtin_add_overflow(total, level, &total);
     }
     overflow |= __builtin_mul_overflow(total, size_t(image_layers) * image_faces, &total);
-    if(overflow || total > SIZE_MAX / 4) {
+    if(overflow || total > (allocate ? max_size : SIZE_MAX / 4)) {
         Log::printf(Log::Error, "Image::create(): can't allocate %s image\n", getDescription().get());
         clear();
         return false;

@@ -428,13 +428,13 @@ public:
         const Format format = toFormatComponents(src.image_format, components);
         if(format == FormatUnknown || !create(dst, src, format)) return false;
         switch(src.get_element_size()) {
-        case 1: return to_components(dst, src, uint8_t(dst.isSignedFormat() ? 0 : 0xFF));
+        case 1: return fill_components(dst, src, uint8_t(dst.isSignedFormat() ? 0 : 0xFF));
         case 2:
-            if(dst.isFloatFormat()) return to_components(dst, src, float16_t::one.bits);
-            return to_components(dst, src, uint16_t(dst.isSignedFormat() ? 0 : 0xFFFF));
+            if(dst.isFloatFormat()) return fill_components(dst, src, float16_t::one.bits);
+            return fill_components(dst, src, uint16_t(dst.isSignedFormat() ? 0 : 0xFFFF));
         case 4:
-            if(dst.isFloatFormat()) return to_components(dst, src, floatToBits(1.0f));
-            return to_components(dst, src, uint32_t(dst.isSignedFormat() ? 0 : 0xFFFFFFFF));
+            if(dst.isFloatFormat()) return fill_components(dst, src, floatToBits(1.0f));
+            return fill_components(dst, src, uint32_t(dst.isSignedFormat() ? 0 : 0xFFFFFFFF));
         }
         return false;
     }
@@ -446,7 +446,7 @@ private:
         for(size_t i = 0; i < size / sizeof(Type); i++) ptr[i] = Type(ptr[i] ^ top);
     }
 
-    template<class Type> static bool to_components(Image &dst, const Image &src, Type alpha) {
+    template<class Type> static bool fill_components(Image &dst, const Image &src, Type alpha) {
         Type *d = reinterpret_cast<Type *>(dst.image_data);
         const Type *s = reinterpret_cast<const Type *>(src.image_data);
         const size_t pixels = src.getDataSize() / src.getPixelSize();

@@ -576,7 +576,7 @@ private:
     bool parse_qualifier(const char *&s, Qualifiers &qualifiers, bool parameter);
     void parse_layout(const char *&s, Qualifiers &qualifiers);
     void parse_struct(const char *&s, Qualifiers &qualifiers);
-    void parse_members(const char *&s, Structure &structure, const Qualifiers &block);
+    void parse_members(const char *&s, Structure &structure, const Qualifiers &block, const Scope *scope);
     void parse_block(const char *&s, const String &name, Qualifiers &qualifiers);
     bool parse_prototype(const char *&s, const String &type, const String &name, const Qualifiers &qualifiers);
     void parse_declarators(const char *&s, const String &type, const Array<uint32_t> &lengths, Qualifiers &qualifiers);
@@ -604,6 +604,8 @@ private:
     static uint32_t get_array_type(String &type, const Array<uint32_t> &lengths);
     /// Moves behind the region that begins at \p s with \p open.
     static void skip_region(const char *&s, char open, char close);
+    /// The same; false and at the end of the text if the region has no end.
+    static bool find_region(const char *&s, char open, char close);
     /// Text up to a top-level "," or \p end, which stays.
     static String read_item(const char *&s, char end);
 
@@ -634,17 +636,25 @@ private:
     void parse_function(const char *src, const char *&s, uint32_t &offset, Function &func, Scope *scope);
     void parse_statements(const char *&s, Function &func, Scope *scope);
     void parse_statement(const char *&s, Function &func, Scope *scope);
-    void parse_block_statement(const char *&s, Function &func, Scope *scope);
-    void parse_flow(const char *&s, Function &func, Scope *scope);
+    void parse_plain_statement(const char *&s, Function &func, Scope *scope);
+    void parse_clause(const char *&s, Function &func, Scope *scope, char end);
     bool parse_keyword(const char *&s, const String &name, Function &func, Scope *scope);
     void parse_return(const char *&s, Function &func, Scope *scope);
+    void parse_flow(const char *&s, Function &func, Scope *scope);
     bool parse_local(const char *&s, Function &func, Scope *scope);
-    void parse_local_variable(const char *&s, const String &type, uint32_t length, bool constant, Function &func,
+    void parse_local_variables(const char *&s, const String &type_name, const Array<uint32_t> &dimensions,
+                               bool constant, Function &func, Scope *scope);
+    bool parse_local_constant(const char *&s, const String &name, const String &type, uint32_t length, Function &func,
                               Scope *scope);
+    uint32_t parse_initial_value(const char *&s, uint32_t &type, Function &func, Scope *scope);
     void parse_local_structure(const char *&s, Function &func, Scope *scope);
-    void parse_clause(const char *&s, Function &func, Scope *scope, char end);
+    uint32_t parse_local_members(const char *&s, const String &name, Scope *scope);
     uint32_t parse_condition(const char *&s, Function &func, Scope *scope);
-    void parse_body(const char *&s, Function &func, Scope *scope, Array<uint32_t> *breaks, Array<uint32_t> *continues);
+    void parse_body(const char *&s, Function &func, Scope *scope);
+    struct Loop;
+    void add_header(Function &func, uint32_t header, uint32_t merge, uint32_t next, uint32_t first,
+                    SpvLoopControlMask control);
+    void add_merge(Function &func, uint32_t merge, bool reached);
     void parse_for(const char *&s, Function &func, Scope *scope, SpvLoopControlMask control);
     void parse_while(const char *&s, Function &func, Scope *scope, SpvLoopControlMask control);
     void parse_do_while(const char *&s, Function &func, Scope *scope, SpvLoopControlMask control);
@@ -755,7 +765,7 @@ private:
     Operand add_temporary(uint32_t type, uint32_t value, Function &func);
     /// Local variable of a type by id, which no name finds.
     Variable &add_temporary(uint32_t type, Function &func);
-    bool is_opaque(uint32_t type) const;
+    bool is_opaque_type(uint32_t type) const;
 
     // -- KolmCompilerReference.cpp ----------------------------------------------------------------------------------
 
@@ -766,8 +776,11 @@ private:
     void store_reference(const Operand &operand, uint32_t value, Function &func);
     uint32_t compose_reference(uint32_t type, const Operand &operand, uint32_t offset, Function &func);
     void decompose_reference(uint32_t type, uint32_t value, const Operand &operand, uint32_t offset, Function &func);
-    uint32_t get_reference_pointer(const Operand &operand, uint32_t offset, uint32_t &element_type, Function &func);
-    uint32_t get_reference_size(uint32_t type);
+    uint32_t get_reference_pointer(const Operand &operand, uint32_t offset, Function &func);
+    uint32_t get_reference_element(const Operand &operand);
+    /// Bytes from one part of a composite to the next.
+    uint32_t get_reference_stride(uint32_t type);
+    uint32_t get_reference_offset(Variable &member);
     void add_reference_index(Operand &operand, uint32_t index, uint32_t type, Function &func);
 
     // -- KolmCompilerCall.cpp ---------------------------------------------------------------------------------------
@@ -798,36 +811,43 @@ private:
 
     struct InternalFunction;
     struct ExternalFunction;
-    struct Call; // one call of an internal function: its row, arguments and place
+    struct Call;  // one call of an internal function: its row, its arguments
+    struct Match; // arguments brought to what the row wants
     static const InternalFunction internal_rows[];
     static const ExternalFunction external_rows[];
 
     uint32_t parse_internal_function(const char *&s, const String &name, Function &func, Scope *scope);
     uint32_t parse_external_function(const char *&s, const String &name, Function &func, Scope *scope);
     uint32_t add_internal_function(Call &call);
-    bool match_arguments(Call &call, const char *rules, bool bools, Array<uint32_t> &values, uint32_t &common);
-    uint32_t get_result_type(const char *rule, uint32_t common);
+    uint32_t add_external_function(const ExternalFunction &row, const Operands &args, Function &func);
+    bool match_arguments(Match &match, const Operands &args, Function &func);
+    void match_call(Call &call, Match &match);
+    uint32_t get_result_type(const char *rule, const Match &match);
+    uint32_t get_pair_type(uint32_t type_0, uint32_t type_1);
     SpvOp get_call_opcode(const Call &call, Flags flags) const;
+    uint32_t get_constant_argument(Call &call, uint32_t index);
     uint32_t add_plain_call(Call &call);
     uint32_t add_matrix_call(Call &call);
-    uint32_t add_bits_call(Call &call);
+    uint32_t add_number_call(Call &call);
     uint32_t add_barrier_call(Call &call);
     uint32_t add_atomic_call(Call &call);
-    uint32_t add_atomic(Call &call, uint32_t pointer, uint32_t type, uint32_t semantics, uint32_t first);
+    uint32_t add_atomic(Call &call, uint32_t pointer, uint32_t type, uint32_t first);
     uint32_t add_subgroup_call(Call &call);
     uint32_t add_stage_call(Call &call);
     uint32_t add_ray_call(Call &call);
     uint32_t add_query_call(Call &call);
     uint32_t add_coop_call(Call &call);
     uint32_t add_nonuniform_call(Call &call);
+    uint32_t get_located_pointer(Call &call, uint32_t location, uint32_t storage_0, uint32_t storage_1);
     uint32_t add_texture_call(Call &call);
     uint32_t add_image_call(Call &call);
     uint32_t add_query_image_call(Call &call);
     uint32_t add_image_atomic_call(Call &call);
     uint32_t add_sampler_call(Call &call);
-    uint32_t get_image_value(Call &call, bool sampled, Flags &flags, uint32_t &image);
-    uint32_t add_sparse_result(Call &call, uint32_t value, uint32_t type, const Operand &place);
-    uint32_t get_constant_argument(const Call &call, uint32_t index);
+    uint32_t add_sampled_image(uint32_t image, uint32_t sampler, Function &func);
+    uint32_t add_coordinates(Call &call, uint32_t index, uint32_t size, Flags format);
+    uint32_t add_sparse(Call &call, SpvOp opcode, uint32_t type, const Array<uint32_t> &words, const Operand &place);
+    static uint32_t get_image_dimensions(Flags flags);
 
     // -- KolmCompilerEmit.cpp ---------------------------------------------------------------------------------------
 
@@ -912,6 +932,7 @@ private:
     uint32_t entry_function = ~0u;      // index of "main"
     NameMap<uint32_t> function_names;   // to the first function of a name
     NameMap<uint32_t> layout_names;     // second layouts of structures, to the index of the structure
+    Array<Operand> reference_operands;  // of each reference: the array of words under it
     TargetMap<uint32_t> target_indices; // id to index in variables, structures or functions
 
     // Types and values.

@@ -85,18 +85,26 @@ bool is_image_name(const char *type) { return strncmp(type, "image", 5) == 0 || 
 
 // -- Scanning ---------------------------------------------------------------------------------------------------------
 
-void Compiler::skip_region(const char *&s, char open, char close) {
+bool Compiler::find_region(const char *&s, char open, char close) {
     uint32_t depth = 0;
     do {
         if(*s == '/' && (s[1] == '/' || s[1] == '*')) {
             Text::skip_blank(s);
             continue;
         }
-        if(*s == '\0') Parser::error("invalid count of '%c' and '%c' symbols\n", open, close);
+        if(*s == '\0') return false;
         if(*s == open) depth++;
         if(*s == close) depth--;
         s++;
     } while(depth);
+    return true;
+}
+
+void Compiler::skip_region(const char *&s, char open, char close) {
+    const char *begin = s;
+    if(find_region(s, open, close)) return;
+    Parser::error("invalid count of '%c' and '%c' symbols\n%s\n", open, close,
+                  get_text(begin, uint32_t(strcspn(begin, "\r\n"))).get());
 }
 
 String Compiler::read_item(const char *&s, char end) {
@@ -312,7 +320,7 @@ void Compiler::parse_layout(const char *&s, Qualifiers &qualifiers) {
 // -- Structures -------------------------------------------------------------------------------------------------------
 
 // members: { { qualifier } type name { "[" length "]" } { "," name ... } ";" } "}"
-void Compiler::parse_members(const char *&s, Structure &structure, const Qualifiers &block) {
+void Compiler::parse_members(const char *&s, Structure &structure, const Qualifiers &block, const Scope *scope) {
     const bool memory =
         (structure.storage == SpvStorageClassUniform || structure.storage == SpvStorageClassPushConstant ||
          structure.storage == SpvStorageClassStorageBuffer);
@@ -335,27 +343,27 @@ void Compiler::parse_members(const char *&s, Structure &structure, const Qualifi
         if((qualifiers.mask & Qualifiers::MaskStorage) && qualifiers.storage != structure.storage) {
             Parser::error("unused storage qualifier\n");
         }
-        const String base = parse_type(s, &global, internal_text);
+        const String base = parse_type(s, scope, internal_text);
         if(base.empty()) Parser::error("unexpected \"%s\"\n", Text::get_token(s).get());
         ArrayStack<uint32_t, 8> type_lengths;
-        parse_array_lengths(s, type_lengths, &global);
+        parse_array_lengths(s, type_lengths, scope);
 
         for(;;) {
             StringStack<64> name;
             if(!Text::read_name(s, name)) Parser::error("unexpected \"%s\"\n", Text::get_token(s).get());
             ArrayStack<uint32_t, 8> lengths;
-            parse_array_lengths(s, lengths, &global);
+            parse_array_lengths(s, lengths, scope);
             lengths.append(type_lengths);
             String type = base;
             const uint32_t length = get_array_type(type, lengths);
-            const Flags flags = get_target_flags(add_type(type, ~0u, &global));
-            if(has_opaque(flags) || (flags & (FlagVoid | FlagRayQuery)) || strncmp(base.get(), "tensor", 6) == 0) {
+            const Flags flags = get_target_flags(add_type(type, ~0u, scope));
+            if(has_opaque(flags) || (flags & (FlagVoid | FlagRayQuery)) || strncmp(base.get(), "tensor<", 7) == 0) {
                 Parser::error("invalid \"%s\" member of %s type\n", name.get(), get_source_name(base).get());
             }
-            if(memory && has_bool(add_type(type, ~0u, &global))) {
+            if(memory && has_bool(add_type(type, ~0u, scope))) {
                 Parser::error("invalid \"%s\" member of %s type\n", name.get(), get_source_name(base).get());
             }
-            if(memory) add_storage_capability(add_type(type, ~0u, &global), structure.storage);
+            if(memory) add_storage_capability(add_type(type, ~0u, scope), structure.storage);
 
             Variable &variable = add_variable(name, type, length, structure.storage, &structure.scope);
             variable.structure = structure.index;
@@ -411,7 +419,7 @@ void Compiler::parse_struct(const char *&s, Qualifiers &qualifiers) {
     // a name that types have already must not give those types
     if(is_type_name(name.get())) structure.name.append(".");
     if(nameless || is_type_name(name.get())) layout_names.append(structure.name, structure.index);
-    parse_members(s, structure, qualifiers);
+    parse_members(s, structure, qualifiers, &global);
     create_structure(structure, true);
 
     Text::skip_blank(s);
@@ -423,6 +431,17 @@ void Compiler::parse_struct(const char *&s, Qualifiers &qualifiers) {
     ArrayStack<uint32_t, 8> lengths;
     parse_array_lengths(s, lengths, &global);
     parse_declarators(s, structure.name, lengths, qualifiers);
+}
+
+// The same inside of a function, where the name may hide another. Stands behind "{".
+uint32_t Compiler::parse_local_members(const char *&s, const String &name, Scope *scope) {
+    Structure &structure = add_structure(name, scope);
+    structure.name.append(".");
+    String::fromu32(structure.name, structure.index);
+    layout_names.append(structure.name, structure.index);
+    parse_members(s, structure, Qualifiers(), scope);
+    create_structure(structure, true);
+    return structure.index;
 }
 
 // block: { qualifier } name "{" members "}" [ name { "[" length "]" } ] ";"
@@ -456,7 +475,7 @@ void Compiler::parse_block(const char *&s, const String &name, Qualifiers &quali
     structure.packing = qualifiers.has_packing                ? qualifiers.packing
                         : (storage == SpvStorageClassUniform) ? PackingStd140
                                                               : PackingStd430;
-    parse_members(s, structure, qualifiers);
+    parse_members(s, structure, qualifiers, &global);
     create_structure(structure, !interface);
 
     // the instance

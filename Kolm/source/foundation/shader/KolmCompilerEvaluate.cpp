@@ -378,7 +378,7 @@ struct Compiler::ConstantParser : public NoCopy {
             s = p;
             return;
         }
-        if(!variable.decorations.has(SpvDecorationConst)) Parser::error("\"%s\" is not a constant variable\n", name.get());
+        if(!variable.decorations.has(SpvDecorationConstant)) Parser::error("\"%s\" is not a constant variable\n", name.get());
         const Constant *constant = compiler.get_constant(variable);
         if(constant == nullptr) Parser::error("\"%s\" is not a constant variable\n", name.get());
         value.constant = *constant;
@@ -400,7 +400,7 @@ struct Compiler::ConstantParser : public NoCopy {
         if(*q) q++;
         if(method != "length") Parser::error("unknown array function %s(%s)\n", method.get(), text.get());
         if(variable.length == ~0u || variable.length == 0) {
-            if(variable.decorations.has(SpvDecorationConst)) return false;
+            if(variable.decorations.has(SpvDecorationConstant)) return false;
             Parser::error("\"%s\" is not a constant variable\n", name.get());
         }
         set_integer(value, variable.length);

@@ -362,7 +362,7 @@ bool Compiler::parse_sizeof(const char *&s, Operand &operand, Scope *scope) {
     if(flags & FlagStructure) {
         const Structure &structure = get_target_structure(target);
         size = (structure.stride != ~0u) ? structure.stride : structure.size;
-    } else if((flags & FlagFormat) == 0 || is_opaque(target)) {
+    } else if((flags & FlagFormat) == 0 || is_opaque_type(target)) {
         Parser::error("unknown type \"%s\"\n", get_source_name(type).get());
     }
     operand = get_operand(add_constantu32(uint32_t(size)));
@@ -375,7 +375,7 @@ void Compiler::add_increment(Operand &operand, uint32_t code, Function &func) {
     if(!operand.place()) Parser::error("invalid target for %s operator\n", get_code_name(code));
     const uint32_t type = get_operand_type(operand);
     const Flags flags = get_target_flags(type);
-    if((flags & (FlagFloat | FlagInteger)) == 0 || (flags & (FlagArray | FlagStructure)) || is_opaque(type))
+    if((flags & (FlagFloat | FlagInteger)) == 0 || (flags & (FlagArray | FlagStructure)) || is_opaque_type(type))
         Parser::error("invalid operator %s for %s\n", get_code_name(code), get_target_type_name(type).get());
     check_write(operand);
     fix_pointer(operand, func);
@@ -389,7 +389,7 @@ void Compiler::add_increment(Operand &operand, uint32_t code, Function &func) {
 
 uint32_t Compiler::add_operator(uint32_t code, uint32_t value, Function &func) {
     const Flags flags = get_target_flags(value);
-    const bool plain = (flags & (FlagArray | FlagStructure)) == 0 && !is_opaque(get_type(value));
+    const bool plain = (flags & (FlagArray | FlagStructure)) == 0 && !is_opaque_type(get_type(value));
     if(plain && (flags & FlagMatrix) && code == CodeNegate) {
         ArrayStack<uint32_t, 4> columns;
         for(uint32_t i = 0; i < get_type_columns(flags); i++)
@@ -419,13 +419,13 @@ uint32_t Compiler::add_operator(uint32_t code, uint32_t value_0, uint32_t value_
     const uint32_t type_1 = get_type(value_1);
     const bool equality = (code == CodeEqual || code == CodeNotEqual);
     const Flags other = FlagArray | FlagStructure;
-    const bool plain = ((flags_0 | flags_1) & other) == 0 && !is_opaque(type_0) && !is_opaque(type_1);
+    const bool plain = ((flags_0 | flags_1) & other) == 0 && !is_opaque_type(type_0) && !is_opaque_type(type_1);
     auto fail = [&]() {
         Parser::error("invalid operator %s for %s and %s\n", get_code_name(code), get_target_type_name(value_0).get(),
                       get_target_type_name(value_1).get());
     };
     if(equality && ((flags_0 | flags_1) & (other | FlagMatrix))) {
-        if(is_opaque(type_0) || !is_same_type(type_0, type_1) || get_type_scalars(type_0) > 1024) fail();
+        if(is_opaque_type(type_0) || !is_same_type(type_0, type_1) || get_type_scalars(type_0) > 1024) fail();
         const uint32_t equal = add_equal(value_0, value_1, func);
         return (code == CodeEqual) ? equal : add_operator(CodeLogicalNot, equal, func);
     }
@@ -554,8 +554,8 @@ uint32_t Compiler::add_select(uint32_t condition, uint32_t value_0, uint32_t val
                       get_target_type_name(value_0).get(), get_target_type_name(value_1).get(),
                       get_target_type_name(condition).get());
     };
-    const bool plain = ((flags | flags_0 | flags_1) & other) == 0 && !is_opaque(get_type(value_0)) &&
-                       !is_opaque(get_type(value_1)) && !is_opaque(get_type(condition));
+    const bool plain = ((flags | flags_0 | flags_1) & other) == 0 && !is_opaque_type(get_type(value_0)) &&
+                       !is_opaque_type(get_type(value_1)) && !is_opaque_type(get_type(condition));
     const Flags format = get_common_flags(flags_0, flags_1);
     if(!plain || (flags & FlagBool) == 0 || format == FlagNone) fail();
     const Flags shape = FlagVector | FlagMatrix;

@@ -93,8 +93,7 @@ void Compiler::get_structure_layout(Structure &structure, Packing packing, bool 
         MemberLayout &member = members.append(MemberLayout());
         String type = variable.type;
         bool rows = row_major;
-        if(variable.decorations.has(SpvDecorationRowMajor)) rows = true;
-        if(variable.decorations.has(SpvDecorationColMajor)) rows = false;
+        if(variable.explicit_major) rows = variable.decorations.has(SpvDecorationRowMajor);
         member.info = get_layout(type, variable.length, packing, rows);
         member.type.append(type);
 
@@ -126,7 +125,7 @@ uint32_t Compiler::add_layout_structure(uint32_t index, Packing packing, bool ro
     if(packing == source.packing && row_major == source.row_major) return source.index;
 
     StringStack<64> name;
-    name.append(get_text(source.name.get(), uint32_t(strcspn(source.name.get(), "."))));
+    name.append(source.name);
     name.append(packing == PackingStd140 ? ".140" : ".430");
     if(row_major) name.append("r");
     if(const uint32_t *found = layout_names.get(name)) return *found;
@@ -192,8 +191,10 @@ void Compiler::create_structure(Structure &structure, bool memory) {
             variable.type = String(member.type.get());
             variable.decorations.append(SpvDecorationOffset, uint32_t(member.offset));
             variable.decorations.remove(SpvDecorationAlignment);
-            variable.decorations.remove(SpvDecorationRowMajor);
-            variable.decorations.remove(SpvDecorationColMajor);
+            if(!variable.explicit_major || member.info.matrix_stride == ~0u) {
+                variable.decorations.remove(SpvDecorationRowMajor);
+                variable.decorations.remove(SpvDecorationColMajor);
+            }
             if(member.info.matrix_stride != ~0u) {
                 variable.decorations.append(member.info.row_major ? SpvDecorationRowMajor : SpvDecorationColMajor, ~0u);
                 variable.decorations.append(SpvDecorationMatrixStride, member.info.matrix_stride);

@@ -480,7 +480,11 @@ void Compiler::create_function(Function &func) {
     add_opcode(SpvOpLabel, {num_targets++});
     for(uint32_t i = 0; i < func.variables.size(); i++) {
         Variable &variable = variables[func.variables[i]];
-        add_opcode(SpvOpVariable, {add_variable_pointer(variable), variable.target, variable.storage});
+        if(variable.initializer != ~0u)
+            add_opcode(SpvOpVariable,
+                       {add_variable_pointer(variable), variable.target, variable.storage, variable.initializer});
+        else
+            add_opcode(SpvOpVariable, {add_variable_pointer(variable), variable.target, variable.storage});
     }
     if(func.variables.size()) {
         for(uint32_t i = 0; i < func.arguments.size(); i++) {

@@ -15,7 +15,7 @@ Compiler::Operand Compiler::get_operand(uint32_t target) const {
     return operand;
 }
 
-bool Compiler::is_opaque(uint32_t type) const {
+bool Compiler::is_opaque_type(uint32_t type) const {
     constexpr uint64_t opaque = uint64_t(FlagImage | FlagImageBuffer | FlagImageTexture | FlagSampledImage |
                                          FlagSampler | FlagAcceleration | FlagRayQuery | FlagVoid | FlagTensor);
     return (uint64_t(get_target_flags(type)) & opaque) != 0;
@@ -32,7 +32,7 @@ bool Compiler::parse_variable(const String &name, Operand &operand, Scope *scope
     const uint32_t index = get_variable(name, scope);
     if(index == ~0u) return false;
     Variable &variable = variables[index];
-    if(variable.decorations.has(SpvDecorationConst)) {
+    if(variable.decorations.has(SpvDecorationConstant)) {
         if(const Constant *constant = get_constant(variable)) {
             operand = get_operand(add_constant(add_variable_type(variable), *constant));
             return true;
@@ -47,7 +47,8 @@ bool Compiler::parse_variable(const String &name, Operand &operand, Scope *scope
         root = &variables[structure.variable];
         operand.indices[operand.num_indices++] = add_constanti32(int32_t(variable.member));
         operand.whole = false;
-        for(const SmallMap *decorations : {&structure.decorations, &variable.decorations}) {
+        const SmallMap *const lists[] = {&structure.decorations, &variable.decorations};
+        for(const SmallMap *decorations : lists) {
             if(decorations->has(SpvDecorationNonWritable)) operand.readonly = true;
             if(decorations->has(SpvDecorationNonReadable)) operand.writeonly = true;
         }
@@ -116,9 +117,7 @@ void Compiler::parse_member(const char *&s, Operand &operand, Function &func) {
     Variable &member = variables[*index];
     const uint32_t type = add_variable_type(member);
     if(operand.reference != ~0u) {
-        const uint32_t *offset = member.decorations.get(SpvDecorationOffset);
-        if(offset == nullptr) Parser::error("unknown \"%s\" member offset\n", name.get());
-        operand.offset += *offset;
+        operand.offset += get_reference_offset(member);
         operand.type = type;
     } else if(operand.pointer != ~0u) {
         if(member.decorations.has(SpvDecorationNonWritable)) operand.readonly = true;
@@ -132,7 +131,7 @@ void Compiler::parse_member(const char *&s, Operand &operand, Function &func) {
 void Compiler::add_swizzle(const String &name, Operand &operand, Function &func) {
     const uint32_t type = get_operand_type(operand);
     const Flags flags = get_target_flags(type);
-    const bool plain = (flags & FlagFormat) && (flags & (FlagArray | FlagMatrix)) == 0 && !is_opaque(type);
+    const bool plain = (flags & FlagFormat) && (flags & (FlagArray | FlagMatrix)) == 0 && !is_opaque_type(type);
     auto fail = [&]() {
         Parser::error("invalid swizzle \"%s\" for %s\n", name.get(), get_target_type_name(type).get());
     };
@@ -153,6 +152,10 @@ void Compiler::add_swizzle(const String &name, Operand &operand, Function &func)
     if(operand.pointer != ~0u && vector && size == 1) {
         operand.num_swizzle = 0;
         add_index(operand, add_constanti32(components[0]), get_target_type(operand.type), func);
+    } else if(operand.reference != ~0u && vector && size == 1) {
+        operand.num_swizzle = 0;
+        operand.offset += components[0] * get_reference_stride(operand.type);
+        operand.type = get_target_type(operand.type);
     } else if(operand.place() && vector) {
         operand.num_swizzle = uint8_t(size);
         memcpy(operand.swizzle, components, size);
@@ -193,7 +196,7 @@ void Compiler::parse_length(const char *&, Operand &operand, Function &func) {
         operand = get_operand(add_cast_opcodes(func, FlagSInt | Flag32Bit, value));
         return;
     }
-    if((flags & (FlagVector | FlagMatrix)) == 0 || (flags & FlagStructure) || is_opaque(type))
+    if((flags & (FlagVector | FlagMatrix)) == 0 || (flags & FlagStructure) || is_opaque_type(type))
         Parser::error("invalid operator %s for %s\n", "length", get_target_type_name(type).get());
     const uint32_t count = (flags & FlagMatrix) ? get_type_columns(flags) : get_type_width(flags);
     operand = get_operand(add_constanti32(int32_t(count)));
@@ -209,7 +212,7 @@ void Compiler::parse_index(const char *&s, Operand &operand, Function &func, Sco
     const uint32_t type = get_operand_type(operand);
     const Flags flags = get_target_flags(type);
     const bool structure = (flags & (FlagStructure | FlagArray)) == FlagStructure;
-    const bool opaque = is_opaque(type) && (flags & FlagArray) == 0 && tensors.get(type) == nullptr;
+    const bool opaque = is_opaque_type(type) && (flags & FlagArray) == 0 && tensors.get(type) == nullptr;
     const bool scalar = (flags & (FlagArray | FlagVector | FlagMatrix)) == 0 && tensors.get(type) == nullptr;
     if((index_flags & FlagInteger) == 0 || get_type_components(index_flags) != 1 || (index_flags & FlagArray) ||
        structure || opaque || scalar)
@@ -331,7 +334,7 @@ void Compiler::fix_pointer(Operand &operand, Function &func) {
 uint32_t Compiler::load(const Operand &operand, Function &func) {
     if(operand.target != ~0u) return operand.target;
     if(!operand.place()) Parser::error("invalid expression\n");
-    if(operand.writeonly && !is_opaque(operand.type)) Parser::error("can't read from writeonly buffer\n");
+    if(operand.writeonly && !is_opaque_type(operand.type)) Parser::error("can't read from writeonly buffer\n");
     uint32_t value = ~0u;
     if(operand.reference != ~0u) {
         value = load_reference(operand, func);
@@ -352,7 +355,7 @@ void Compiler::check_write(const Operand &operand) {
 
 void Compiler::store(const Operand &operand, uint32_t value, Function &func) {
     const uint32_t type = get_operand_type(operand);
-    const uint32_t result = is_opaque(type) && tensors.get(type) == nullptr ? ~0u
+    const uint32_t result = is_opaque_type(type) && tensors.get(type) == nullptr ? ~0u
                                                                             : add_convert_opcodes(func, type, value);
     if(result == ~0u || !operand.place())
         Parser::error("can't assign %s to %s\n", get_target_type_name(value).get(), get_target_type_name(type).get());

@@ -125,16 +125,20 @@ bool Shader::load_source(Type type, const char *name, const String &macros, cons
     return create_source(type, src.get(), name, macros, texts, size, glsl);
 }
 
+bool Shader::set_state(State &state, const char *name, const String &macros, const char **texts, uint32_t size,
+                       bool glsl) {
+    if(name) state.set_name(name);
+    if(!state.set_macros(macros.get())) return false;
+    state.set_includes(texts, size);
+    return !glsl || state.set_macro("KOLM_GLSL", "1");
+}
+
 bool Shader::create_source(Type type, const char *src, const char *name, const String &macros, const char **texts,
                            uint32_t size, bool glsl) {
     KOLM_ASSERT(src && "Shader::create(): source is null");
     State state(global);
     // What the backend defines replaces what the caller defined.
-    if(name) state.set_name(name);
-    if(!state.set_macros(macros.get())) return false;
-    state.set_includes(texts, size);
-    if(glsl) state.set_macro("KOLM_GLSL", "1");
-    if(!set_macros(state)) return false;
+    if(!set_state(state, name, macros, texts, size, glsl) || !set_macros(state)) return false;
 
     String dest;
     if(!preprocessor(src, dest, state, true)) return false;
@@ -170,7 +174,9 @@ bool Shader::createSPIRV(Type type, const Array<uint32_t> &data) {
 
 // -- Macros of the backends -----------------------------------------------------------------------------------------
 
-bool Shader::set_macros(State &state) const {
+bool Shader::set_macros(State &state) const { return set_base_macros(state); }
+
+bool Shader::set_base_macros(State &state) {
     return state.set_macro("_LINUX", "1") && state.set_macro("__LINE__", "0");
 }
 
@@ -280,20 +286,38 @@ String Shader::preprocessor(const char *src, const char *format, ...) {
     return preprocessor(src, macros);
 }
 
-String Shader::preprocessor(const char *src, const String &macros, const char **texts, uint32_t size) {
+String Shader::preprocessor(const char *src, const String &macros, const char **texts, uint32_t size, bool *status) {
     Array<Pragma> pragmas;
-    return preprocessor(src, pragmas, macros, texts, size);
+    return preprocessor(src, pragmas, macros, texts, size, status);
 }
 
 String Shader::preprocessor(const char *src, Array<Pragma> &pragmas, const String &macros, const char **texts,
-                            uint32_t size) {
+                            uint32_t size, bool *status) {
     State state(global);
     String dest;
-    if(!state.set_macros(macros.get())) return String();
     state.set_includes(texts, size);
-    if(!preprocessor(src, dest, state, true)) return String();
+    if(!state.set_macros(macros.get()) || !preprocessor(src, dest, state, true)) {
+        if(status) *status = false;
+        return String();
+    }
     pragmas = std::move(state.pragmas);
     return dest;
+}
+
+String Shader::loadPreprocessor(const char *name, const String &macros, const char **texts, uint32_t size,
+                                bool *status) {
+    KOLM_ASSERT(name && "Shader::loadPreprocessor(): name is null");
+    State state(global);
+    Kolm::Source stream;
+    String src, dest;
+    if(!stream.open(name, true, false) || !ShaderScan::read_text(stream, src, State::MaxLength)) {
+        Log::printf(Log::Error, "Shader::loadPreprocessor(): can't read \"%s\" file\n", name);
+    } else if(set_state(state, name, macros, texts, size, true) && set_base_macros(state) &&
+              preprocessor(src.get(), dest, state, true)) {
+        return dest;
+    }
+    if(status) *status = false;
+    return String();
 }
 
 } // namespace Kolm

@@ -317,10 +317,15 @@ public:
     // the preprocessor alone; no macro but the given and the process-wide ones is set. A failure gives the null string.
 
     static String preprocessor(const char *src, const char *format = nullptr, ...) KOLM_PRINTF(2, 3);
+    /// A failure also sets \p status to false.
     static String preprocessor(const char *src, const String &macros, const char **includes = nullptr,
-                               uint32_t size = 0);
+                               uint32_t size = 0, bool *status = nullptr);
     static String preprocessor(const char *src, Array<Pragma> &pragmas, const String &macros,
-                               const char **includes = nullptr, uint32_t size = 0);
+                               const char **includes = nullptr, uint32_t size = 0, bool *status = nullptr);
+
+    /// Text of a file as loadGLSL() hands it to the compiler, with the macros of the base alone.
+    static String loadPreprocessor(const char *name, const String &macros, const char **includes = nullptr,
+                                   uint32_t size = 0, bool *status = nullptr);
 
     /// The engine: appends the preprocessed text to \p dest. With \p expand macros of ordinary text are expanded.
     /// On a failure \p dest holds what was reached, and the reason is in the log.
@@ -363,6 +368,9 @@ private:
                      bool glsl);
     bool create_source(Type type, const char *src, const char *name, const String &macros, const char **includes,
                        uint32_t size, bool glsl);
+    static bool set_state(State &state, const char *name, const String &macros, const char **includes, uint32_t size,
+                          bool glsl);
+    static bool set_base_macros(State &state);
     static Compiler *get_compiler();
 
     static SpinLock lock;

@@ -265,6 +265,13 @@ void VKDevice::setBufferAccess(Buffer *buffer, VkAccessFlags access) {
     cast<VKBuffer>(buffer)->setBufferAccess(access);
 }
 
+bool VKDevice::waitVKFence(VkFence fence, uint64_t timeout, bool reset) {
+    KOLM_ASSERT(fence && "VKDevice::waitVKFence(): fence is null");
+    const VkResult result = adapter->vkWaitForFences(context->getDevice(), 1, &fence, VK_TRUE, timeout);
+    if(result == VK_TIMEOUT || adapter->error(result)) return false;
+    return (!reset || !adapter->error(adapter->vkResetFences(context->getDevice(), 1, &fence)));
+}
+
 bool VKDevice::execute(Device *device) {
     KOLM_ASSERT(device && device != this && "VKDevice::execute(): device is null");
     return context->execute(cast<VKDevice>(device)->context);

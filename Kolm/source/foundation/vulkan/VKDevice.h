@@ -67,6 +67,10 @@ public:
     void releaseBuffer(Buffer *buffer) override;
     /// Tells what the application did to a buffer by its own commands.
     void setBufferAccess(Buffer *buffer, VkAccessFlags access);
+    /// Waits for a fence of the application, in nanoseconds. False when the time is over.
+    bool waitVKFence(VkFence fence, uint64_t timeout, bool reset);
+    /// Submits what was recorded with a fence of the application.
+    bool signalVKFence(VkFence fence) { return context->flush(false, fence); }
 
     bool execute(Device *device) override;
     bool flip(Fence *fence = nullptr) override;

@@ -1,0 +1,55 @@
+// Measures the library and a peer in one run, by turns, so that both see the same machine.
+
+#pragma once
+
+#include <algorithm>
+#include <benchmark/benchmark.h>
+#include <chrono>
+#include <vector>
+
+/// Runs \p ours and \p peer by turns and reports the median time of each and ours / peer; lower is better.
+/// \p bytes, if not 0, is what one call works on, for the throughput of both.
+template<class Ours, class Peer> void compare(benchmark::State &state, Ours ours, Peer peer, double bytes = 0.0) {
+    using Clock = std::chrono::steady_clock;
+    std::vector<double> ours_times, peer_times;
+    ours();
+    peer();
+    for(auto _ : state) {
+        const auto t0 = Clock::now();
+        ours();
+        const auto t1 = Clock::now();
+        peer();
+        const auto t2 = Clock::now();
+        ours_times.push_back(std::chrono::duration<double>(t1 - t0).count());
+        peer_times.push_back(std::chrono::duration<double>(t2 - t1).count());
+        state.SetIterationTime(ours_times.back());
+    }
+    const auto median = [](std::vector<double> &times) {
+        std::nth_element(times.begin(), times.begin() + times.size() / 2, times.end());
+        return times[times.size() / 2];
+    };
+    const double ours_time = median(ours_times);
+    const double peer_time = median(peer_times);
+    state.counters["ratio"] = ours_time / peer_time;
+    state.counters["ours_us"] = ours_time * 1e6;
+    state.counters["peer_us"] = peer_time * 1e6;
+    if(bytes > 0.0) {
+        state.counters["ours_MB/s"] = bytes / ours_time * 1e-6;
+        state.counters["peer_MB/s"] = bytes / peer_time * 1e-6;
+    }
+}
+
+/// The same for work that has no peer: reports calls per second of one unit of work.
+template<class Ours> void measure(benchmark::State &state, const char *name, double units, Ours ours) {
+    using Clock = std::chrono::steady_clock;
+    double best = 1e30;
+    ours();
+    for(auto _ : state) {
+        const auto t0 = Clock::now();
+        ours();
+        const double time = std::chrono::duration<double>(Clock::now() - t0).count();
+        best = std::min(best, time);
+        state.SetIterationTime(time);
+    }
+    state.counters[name] = units / best;
+}

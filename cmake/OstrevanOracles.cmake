@@ -1,0 +1,32 @@
+# Independent tools that tests and benchmarks compare with, each an interface target that is empty where it is missing.
+
+# The validator of SPIR-V, as a library.
+add_library(oracle_spirv INTERFACE)
+find_path(SPIRV_TOOLS_HEADERS spirv-tools/libspirv.hpp)
+find_library(SPIRV_TOOLS_LIBRARY SPIRV-Tools)
+if(SPIRV_TOOLS_HEADERS AND SPIRV_TOOLS_LIBRARY)
+    target_compile_definitions(oracle_spirv INTERFACE OSTREVAN_SPIRV_TOOLS)
+    target_include_directories(oracle_spirv SYSTEM INTERFACE ${SPIRV_TOOLS_HEADERS})
+    target_link_libraries(oracle_spirv INTERFACE ${SPIRV_TOOLS_LIBRARY})
+endif()
+
+# The reference compiler of GLSL.
+add_library(oracle_glslang INTERFACE)
+find_path(GLSLANG_HEADERS glslang/Public/ShaderLang.h)
+set(libraries)
+set(complete TRUE)
+foreach(name glslang MachineIndependent GenericCodeGen OGLCompiler OSDependent SPIRV glslang-default-resource-limits
+             SPIRV-Tools-opt SPIRV-Tools)
+    find_library(GLSLANG_${name}_LIBRARY ${name})
+    if(GLSLANG_${name}_LIBRARY)
+        list(APPEND libraries ${GLSLANG_${name}_LIBRARY})
+    elseif(name STREQUAL glslang OR name STREQUAL SPIRV)
+        set(complete FALSE)
+    endif()
+endforeach()
+if(GLSLANG_HEADERS AND complete)
+    target_compile_definitions(oracle_glslang INTERFACE OSTREVAN_GLSLANG)
+    target_include_directories(oracle_glslang SYSTEM INTERFACE ${GLSLANG_HEADERS})
+    # static libraries that need each other
+    target_link_libraries(oracle_glslang INTERFACE -Wl,--start-group ${libraries} -Wl,--end-group Threads::Threads)
+endif()

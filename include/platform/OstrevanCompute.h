@@ -1,0 +1,129 @@
+// Recorder of compute work.
+
+#pragma once
+
+#include <initializer_list>
+
+#include <base/OstrevanForward.h>
+#include <base/OstrevanHandle.h>
+#include <format/OstrevanFormat.h>
+#include <format/OstrevanSize.h>
+#include <platform/OstrevanPlatform.h>
+
+namespace Ostrevan {
+
+class Buffer;
+class Kernel;
+
+/// Records compute work on its device, made by Device::createCompute(). The last handle ends the recording; the work
+/// runs when the device flushes.
+///
+/// Bindings are recorded lazily: setters only change slots, which dispatch() flushes. An index that the kernel does not
+/// have, a buffer without the flag that its slot needs, an offset off the device's alignment and anything without a
+/// kernel end the process with one line. Exhausted memory is logged, and the call is skipped. A recorder belongs to the
+/// thread that uses it.
+///
+///     {
+///         Compute compute = device.createCompute();
+///         compute.setKernel(kernel);
+///         compute.setUniform(0, parameters);
+///         compute.setStorageBuffer(0, buffer);
+///         compute.dispatch(width, height);
+///         compute.barrier(buffer);
+///     }
+///     device.finish();
+class OSTREVAN_API Compute {
+    OSTREVAN_HANDLE(Compute)
+public:
+    /// What dispatchIndirect() reads: numbers of groups.
+    struct DispatchIndirect {
+        uint32_t group_width;
+        uint32_t group_height;
+        uint32_t group_depth;
+        uint32_t padding;
+    };
+
+    Compute();
+
+    /// PlatformUnknown for an empty handle.
+    Platform getPlatform() const;
+    const char *getPlatformName() const;
+    uint32_t getIndex() const;
+
+    /// Binds at once. The slots' contents stay; the same kernel again changes nothing; an empty handle unbinds.
+    void setKernel(const Kernel &kernel);
+    Kernel getKernel() const;
+
+    // uniform slots. Data lives until the frame's work ran.
+    /// Transient memory bound to the slot, to be filled before the next call, or null.
+    void *getUniformData(uint32_t index, size_t size);
+    void setUniformData(uint32_t index, const void *src, size_t size);
+    /// Bytes from \p offset on; size 0 is the rest of the buffer. An empty handle empties the slot.
+    void setUniformBuffer(uint32_t index, const Buffer &buffer, size_t offset = 0, size_t size = 0);
+    void setUniformBuffers(uint32_t index, const std::initializer_list<Buffer> &buffers);
+    void setUniformBuffers(uint32_t index, const std::initializer_list<Buffer> &buffers,
+                           const std::initializer_list<size_t> &offsets);
+    /// Moves the slot's range, with \p relative by \p offset bytes.
+    void setUniformOffset(uint32_t index, size_t offset, bool relative = false);
+
+    // storage slots, likewise
+    void *getStorageData(uint32_t index, size_t size);
+    void setStorageData(uint32_t index, const void *src, size_t size);
+    void setStorageBuffer(uint32_t index, const Buffer &buffer, size_t offset = 0, size_t size = 0);
+    void setStorageBuffers(uint32_t index, const std::initializer_list<Buffer> &buffers);
+    void setStorageBuffers(uint32_t index, const std::initializer_list<Buffer> &buffers,
+                           const std::initializer_list<size_t> &offsets);
+    void setStorageOffset(uint32_t index, size_t offset, bool relative = false);
+
+    // texel slots
+    void setTexelBuffer(uint32_t index, const Buffer &buffer);
+    void setTexelBuffers(uint32_t index, const std::initializer_list<Buffer> &buffers);
+
+    // source of dispatchIndirect()
+    void *getIndirectData(size_t size);
+    void setIndirectData(const void *src, size_t size);
+    void setIndirectBuffer(const Buffer &buffer, size_t offset = 0);
+    void setIndirectOffset(size_t offset, bool relative = false);
+
+    /// Numbers of threads. A number of 2 or more is divided by the kernel's group size and rounded up; 0 and 1 are
+    /// passed on as they stand.
+    void dispatch(uint32_t width, uint32_t height = 1, uint32_t depth = 1);
+    void dispatch(const Size &size);
+    /// Reads one DispatchIndirect at the indirect offset: numbers of groups.
+    void dispatchIndirect();
+
+    // transfers at this place in the order of work; offsets and sizes in bytes. False if the reason was logged.
+    bool setBuffer(const Buffer &buffer, size_t offset, const void *src, size_t size);
+    bool setBuffer(const Buffer &buffer, const void *src, size_t size);
+    bool setBuffer(const Buffer &buffer, const void *src);
+    bool copyBuffer(const Buffer &dest, size_t dest_offset, const Buffer &src, size_t src_offset, size_t size);
+    bool copyBuffer(const Buffer &dest, const Buffer &src, size_t size);
+    bool copyBuffer(const Buffer &dest, const Buffer &src);
+    /// Fills with \p value, one element of \p format, or with zeros if it is null.
+    bool clearBuffer(const Buffer &buffer, Format format, size_t offset, const void *value, size_t size);
+    bool clearBuffer(const Buffer &buffer, Format format, const void *value, size_t size);
+    bool clearBuffer(const Buffer &buffer, Format format, const void *value);
+    bool clearBuffer(const Buffer &buffer);
+
+    /// Later dispatches, indirect reads and transfers see what earlier dispatches wrote to the buffers. There is no
+    /// barrier between two dispatches without this call.
+    void barrier(const Buffer &buffer);
+    void barrier(const std::initializer_list<Buffer> &buffers);
+
+    /// Work until endConditional() is skipped if the 32-bit word at \p offset is zero.
+    void beginConditional(const Buffer &buffer, size_t offset);
+    void endConditional();
+
+    /// Plain data by value.
+    template<class Type> void setUniform(uint32_t index, const Type &data) {
+        setUniformData(index, &data, sizeof(Type));
+    }
+    template<class Type> void setStorage(uint32_t index, const Type &data) {
+        setStorageData(index, &data, sizeof(Type));
+    }
+    template<class Type> void setIndirect(const Type &data) { setIndirectData(&data, sizeof(Type)); }
+};
+
+static_assert(sizeof(Compute::DispatchIndirect) == 16, "the record is read by the device");
+
+} // namespace Ostrevan

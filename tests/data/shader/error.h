@@ -1,0 +1,3 @@
+#define TYPE unknown_type
+// comment
+TYPE getValue() { return 1u; }
