@@ -19,7 +19,7 @@ struct CompiledShader {
         message = compiler.getMessage().get();
         if(!ok) return;
         module = SpirvModule(compiler.getOpcodes().get(), compiler.getOpcodes().size());
-        if(!desktop) EXPECT_TRUE(module.validate()) << src;
+        if(!desktop) { EXPECT_TRUE(module.validate()) << src; }
     }
 
     bool ok = false;

@@ -185,9 +185,16 @@ void Compiler::parse_directives(const char *src, uint32_t &offset) {
         switch(*s) {
         case '\0': return;
         case '#': parse_directive(s); continue;
-        case '{': skip_region(s, '{', '}'); continue;
-        case '[': skip_region(s, '[', ']'); continue;
-        case '(': skip_region(s, '(', ')'); continue;
+        // what has no end is told by the parser that meets it
+        case '{':
+            if(!find_region(s, '{', '}')) return;
+            continue;
+        case '[':
+            if(!find_region(s, '[', ']')) return;
+            continue;
+        case '(':
+            if(!find_region(s, '(', ')')) return;
+            continue;
         default: break;
         }
         const uint32_t length = Text::get_name_length(s);
@@ -201,7 +208,7 @@ void Compiler::parse_directives(const char *src, uint32_t &offset) {
         Text::skip_blank(s);
         if(*s != '(') continue;
         const char *begin = s;
-        skip_region(s, '(', ')');
+        if(!find_region(s, '(', ')')) return;
         const char *next = s;
         Text::skip_blank(next);
         const bool input = Text::is_name(next, "in");

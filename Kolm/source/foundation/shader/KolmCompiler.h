@@ -604,6 +604,8 @@ private:
     static uint32_t get_array_type(String &type, const Array<uint32_t> &lengths);
     /// Moves behind the region that begins at \p s with \p open.
     static void skip_region(const char *&s, char open, char close);
+    /// The same; false and at the end of the text if the region has no end.
+    static bool find_region(const char *&s, char open, char close);
     /// Text up to a top-level "," or \p end, which stays.
     static String read_item(const char *&s, char end);
 

@@ -85,18 +85,26 @@ bool is_image_name(const char *type) { return strncmp(type, "image", 5) == 0 || 
 
 // -- Scanning ---------------------------------------------------------------------------------------------------------
 
-void Compiler::skip_region(const char *&s, char open, char close) {
+bool Compiler::find_region(const char *&s, char open, char close) {
     uint32_t depth = 0;
     do {
         if(*s == '/' && (s[1] == '/' || s[1] == '*')) {
             Text::skip_blank(s);
             continue;
         }
-        if(*s == '\0') Parser::error("invalid count of '%c' and '%c' symbols\n", open, close);
+        if(*s == '\0') return false;
         if(*s == open) depth++;
         if(*s == close) depth--;
         s++;
     } while(depth);
+    return true;
+}
+
+void Compiler::skip_region(const char *&s, char open, char close) {
+    const char *begin = s;
+    if(find_region(s, open, close)) return;
+    Parser::error("invalid count of '%c' and '%c' symbols\n%s\n", open, close,
+                  get_text(begin, uint32_t(strcspn(begin, "\r\n"))).get());
 }
 
 String Compiler::read_item(const char *&s, char end) {
@@ -349,7 +357,7 @@ void Compiler::parse_members(const char *&s, Structure &structure, const Qualifi
             String type = base;
             const uint32_t length = get_array_type(type, lengths);
             const Flags flags = get_target_flags(add_type(type, ~0u, scope));
-            if(has_opaque(flags) || (flags & (FlagVoid | FlagRayQuery)) || strncmp(base.get(), "tensor", 6) == 0) {
+            if(has_opaque(flags) || (flags & (FlagVoid | FlagRayQuery)) || strncmp(base.get(), "tensor<", 7) == 0) {
                 Parser::error("invalid \"%s\" member of %s type\n", name.get(), get_source_name(base).get());
             }
             if(memory && has_bool(add_type(type, ~0u, scope))) {

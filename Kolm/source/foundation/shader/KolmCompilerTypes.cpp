@@ -334,12 +334,12 @@ uint32_t Compiler::add_type(const char *name, uint32_t length, const Scope *scop
         return add_type(base.get(), read_number(s), scope);
     }
 
-    // structures come first: their names may begin like those of other types
+    // structures come first; one whose name could be taken for another type has a mark in its name
     if(const uint32_t *index = layout_names.get(name, name_length)) {
         structures[*index].usage = true;
         return structures[*index].target;
     }
-    if(scope) {
+    if(scope && !is_type_name(name)) {
         const uint32_t index = get_structure(String(name), scope);
         if(index != ~0u) return structures[index].target;
     }
