@@ -1,3 +1,5 @@
+include_guard(GLOBAL)
+
 # Independent tools that tests and benchmarks compare with, each an interface target that is empty where it is missing.
 
 # The validator of SPIR-V, as a library.
