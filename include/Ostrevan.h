@@ -2,6 +2,7 @@
 
 #pragma once
 
+#include <OstrevanApp.h>
 #include <base/OstrevanBase.h>
 #include <base/OstrevanForward.h>
 #include <base/OstrevanHandle.h>

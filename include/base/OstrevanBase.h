@@ -13,6 +13,8 @@
 
 /// Marks what the shared library exports.
 #define OSTREVAN_API __attribute__((visibility("default")))
+/// Marks members of exported classes that the library keeps to itself.
+#define OSTREVAN_HIDDEN __attribute__((visibility("hidden")))
 
 #define OSTREVAN_LIKELY(EXPR) __builtin_expect(!!(EXPR), 1)
 #define OSTREVAN_UNLIKELY(EXPR) __builtin_expect(!!(EXPR), 0)

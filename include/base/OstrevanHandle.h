@@ -81,8 +81,6 @@ namespace Ostrevan {
 /// Tag of the constructor that makes an empty handle.
 struct VoidImpl {};
 
-template<class Self, class Core, class Base> struct HandleImpl;
-
 } // namespace Ostrevan
 
 /// Members of a class that others derive from, or that derives from another.
@@ -100,39 +98,38 @@ public:                               \
     OSTREVAN_HANDLE_MEMBERS(NAME)
 
 // The part that both kinds share.
-#define OSTREVAN_HANDLE_MEMBERS(NAME)                                   \
-    static const char *getClassNamePtr();                               \
-    explicit NAME(const ::Ostrevan::VoidImpl &);                        \
-    NAME(const NAME &handle);                                           \
-    NAME(NAME &handle);                                                 \
-    NAME(NAME &&handle) noexcept;                                       \
-    NAME &operator=(const NAME &handle);                                \
-    NAME &operator=(NAME &handle);                                      \
-    NAME &operator=(NAME &&handle) noexcept;                            \
-    bool operator==(const NAME &handle) const;                          \
-    bool operator!=(const NAME &handle) const;                          \
-    bool operator<=(const NAME &handle) const;                          \
-    bool operator>=(const NAME &handle) const;                          \
-    bool operator<(const NAME &handle) const;                           \
-    bool operator>(const NAME &handle) const;                           \
-    explicit operator bool() const;                                     \
-    NAME clonePtr() const;                                              \
-    void clearPtr();                                                    \
-    void destroyPtr();                                                  \
-    NAME &acquirePtr();                                                 \
-    NAME &unacquirePtr();                                               \
-    bool isValidPtr() const;                                            \
-    bool isOwnerPtr() const;                                            \
-    bool isConstPtr() const;                                            \
-    uint32_t getCountPtr() const;                                       \
-    const void *getInternalPtr() const;                                 \
-    static const NAME null;                                             \
-    struct NAME##Impl;                                                  \
-    NAME##Impl &impl();                                                 \
-    const NAME##Impl &impl() const;                                     \
-                                                                        \
-private:                                                                \
-    template<class, class, class> friend struct ::Ostrevan::HandleImpl; \
-    void *reserved[4];                                                  \
-                                                                        \
+#define OSTREVAN_HANDLE_MEMBERS(NAME)               \
+    static const char *getClassNamePtr();           \
+    explicit NAME(const ::Ostrevan::VoidImpl &);    \
+    NAME(const NAME &handle);                       \
+    NAME(NAME &handle);                             \
+    NAME(NAME &&handle) noexcept;                   \
+    NAME &operator=(const NAME &handle);            \
+    NAME &operator=(NAME &handle);                  \
+    NAME &operator=(NAME &&handle) noexcept;        \
+    bool operator==(const NAME &handle) const;      \
+    bool operator!=(const NAME &handle) const;      \
+    bool operator<=(const NAME &handle) const;      \
+    bool operator>=(const NAME &handle) const;      \
+    bool operator<(const NAME &handle) const;       \
+    bool operator>(const NAME &handle) const;       \
+    explicit operator bool() const;                 \
+    NAME clonePtr() const;                          \
+    void clearPtr();                                \
+    void destroyPtr();                              \
+    NAME &acquirePtr();                             \
+    NAME &unacquirePtr();                           \
+    bool isValidPtr() const;                        \
+    bool isOwnerPtr() const;                        \
+    bool isConstPtr() const;                        \
+    uint32_t getCountPtr() const;                   \
+    const void *getInternalPtr() const;             \
+    static const NAME null;                         \
+    struct NAME##Impl;                              \
+    OSTREVAN_HIDDEN NAME##Impl &impl();             \
+    OSTREVAN_HIDDEN const NAME##Impl &impl() const; \
+                                                    \
+private:                                            \
+    void *reserved[4];                              \
+                                                    \
 public:

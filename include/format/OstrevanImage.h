@@ -4,6 +4,7 @@
 
 #include <base/OstrevanForward.h>
 #include <base/OstrevanHandle.h>
+#include <core/OstrevanString.h>
 #include <format/OstrevanColor.h>
 #include <format/OstrevanFormat.h>
 #include <format/OstrevanSize.h>
@@ -101,12 +102,15 @@ public:
     /// Reads the description, or the image, of a file. A named stream is told by the extension of its name, a nameless
     /// one by its first four bytes. \p offset is the handler's: for native files the first mipmap to take.
     bool info(const char *name, Flags flags = FlagNone, uint32_t offset = 0);
+    bool info(const String &name, Flags flags = FlagNone, uint32_t offset = 0);
     bool info(Stream &stream, Flags flags = FlagNone, uint32_t offset = 0);
     bool load(const char *name, Flags flags = FlagNone, uint32_t offset = 0);
+    bool load(const String &name, Flags flags = FlagNone, uint32_t offset = 0);
     bool load(Stream &stream, Flags flags = FlagNone, uint32_t offset = 0);
     /// Writes a file in the format of the name's extension. Expects an allocated image. \p quality, 0 to 100, is for
     /// formats that lose something.
     bool save(const char *name, Flags flags = FlagNone, uint32_t quality = 90) const;
+    bool save(const String &name, Flags flags = FlagNone, uint32_t quality = 90) const;
     bool save(Stream &stream, Flags flags = FlagNone, uint32_t quality = 90) const;
 
     /// True if there is a description.

@@ -280,7 +280,7 @@ private:
     // Equal addresses mean one object only while this record's object lives: a new object may have got the address
     // of one that was destroyed through another handle.
     bool is_same(const Core *core) const {
-        return ptr == core && (counter == nullptr || (*counter & DestroyedBit) == 0);
+        return ptr == core && (counter == nullptr || (counter->load_relaxed() & DestroyedBit) == 0);
     }
 
     // A record that already has the object can only lose rights. An empty source gives \p empty_flags.

@@ -2,6 +2,7 @@
 
 #include "OstrevanImageKolm.h"
 #include "OstrevanStreamKolm.h"
+#include "OstrevanStringKolm.h"
 
 namespace Ostrevan {
 
@@ -25,17 +26,26 @@ bool Image::create(Type type, Format format, const Size &size, uint32_t layers, 
 bool Image::info(const char *name, Flags flags, uint32_t offset) {
     return impl().ref().info(name, getCore(flags), offset);
 }
+bool Image::info(const String &name, Flags flags, uint32_t offset) {
+    return impl().ref().info(getCoreString(name).get(), getCore(flags), offset);
+}
 bool Image::info(Stream &stream, Flags flags, uint32_t offset) {
     return impl().ref().info(stream.impl().ref(), getCore(flags), offset);
 }
 bool Image::load(const char *name, Flags flags, uint32_t offset) {
     return impl().ref().load(name, getCore(flags), offset);
 }
+bool Image::load(const String &name, Flags flags, uint32_t offset) {
+    return impl().ref().load(getCoreString(name).get(), getCore(flags), offset);
+}
 bool Image::load(Stream &stream, Flags flags, uint32_t offset) {
     return impl().ref().load(stream.impl().ref(), getCore(flags), offset);
 }
 bool Image::save(const char *name, Flags flags, uint32_t quality) const {
     return impl().ref().save(name, getCore(flags), quality);
+}
+bool Image::save(const String &name, Flags flags, uint32_t quality) const {
+    return impl().ref().save(getCoreString(name).get(), getCore(flags), quality);
 }
 bool Image::save(Stream &stream, Flags flags, uint32_t quality) const {
     return impl().ref().save(stream.impl().ref(), getCore(flags), quality);
@@ -113,6 +123,8 @@ Region Image::getRegion(uint32_t mipmap) const { return getPublic(impl().ref().g
 Slice Image::getSlice(uint32_t mipmap) const { return getPublic(impl().ref().getSlice(mipmap)); }
 
 void Image::setMetaInfo(const char *text) { impl().ref().setMetaInfo(text); }
+String Image::getMetaInfo() const { return getPublicString(impl().ref().getMetaInfo()); }
+String Image::getDescription() const { return getPublicString(impl().ref().getDescription()); }
 
 bool Image::check(const Origin &origin, uint32_t mipmap) const { return impl().ref().check(getCore(origin), mipmap); }
 bool Image::check(const Region &region, uint32_t mipmap) const { return impl().ref().check(getCore(region), mipmap); }

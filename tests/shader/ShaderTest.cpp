@@ -197,7 +197,7 @@ TEST(ShaderCompiler, errors_name_file_line_and_cause) {
         {"layout(local_size_x = 1) in;\n// c\n/* d\n*/\nvoid main() { }\nBAD a;", "memory:6: BAD a;"},
         {"layout(local_size_x = 1) in;\n#include \"first.h\"\nvoid main() { }\n", "first.h:1: BAD a;"},
         {"layout(local_size_x = 1) in;\n#include \"last.h\"\nvoid main() { }\n", "last.h:2: BAD b;"},
-        {"layout(local_size_x = 1) in;\n#define X(a) a\nX(\nBAD\n)c; void main() { }\n", "memory:5: BADc;"},
+        {"layout(local_size_x = 1) in;\n#define X(a) a\nX(\nBAD\n)c; void main() { }\n", "memory:3: BADc;"},
     };
     const char *includes[] = {"first.h", "BAD a;\nint b;\n", "last.h", "int a;\nBAD b;"};
     for(const auto &row : rows) {

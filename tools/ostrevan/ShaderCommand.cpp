@@ -4,6 +4,7 @@
 
 #include <Ostrevan.h>
 
+#include <errno.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -63,7 +64,7 @@ static Shader::Type find_stage(const char *name) {
     const char *end = base + strlen(base);
     for(uint32_t i = 0; i < 2; i++) {
         const char *dot = end;
-        while(dot > base && *dot != '.') dot--;
+        while(dot > base && *--dot != '.') {}
         if(dot == base) break;
         const size_t size = static_cast<size_t>(end - dot - 1);
         for(const auto &stage : stages) {
@@ -91,15 +92,15 @@ static bool write_file(const char *name, const void *data, size_t size) {
     snprintf(temp, length, direct ? "%s" : "%s.%u.tmp", name, static_cast<uint32_t>(getpid()));
     FILE *file = fopen(temp, "wb");
     bool ret = (file != nullptr);
+    int error = errno;
     if(file) {
         ret = (fwrite(data, 1, size, file) == size);
         ret = (fclose(file) == 0) && ret;
-        if(!direct) {
-            ret = ret && (rename(temp, name) == 0);
-            if(!ret) remove(temp);
-        }
+        if(!direct) ret = ret && (rename(temp, name) == 0);
+        error = errno;
+        if(!direct && !ret) remove(temp);
     }
-    if(!ret) perror(name);
+    if(!ret) fprintf(stderr, "ostrevan shader: can't write \"%s\" file: %s\n", name, strerror(error));
     free(temp);
     return ret;
 }

@@ -6,11 +6,6 @@ namespace Kolm {
 
 constinit const String String::null;
 
-uint32_t String::check_length(size_t size) {
-    KOLM_ASSERT(size <= MaxCapacity && "String::append(): invalid size");
-    return uint32_t(size);
-}
-
 // -- Storage --
 
 String::String(const wchar_t *str, uint32_t size) : String() {
@@ -98,15 +93,9 @@ void String::swap(String &str) {
     }
 }
 
-String &String::copy(const char *str) { return copy(str, str ? check_length(strlen(str)) : 0); }
-
-String &String::copy(const char *str, uint32_t size) {
-    if(!reserve(size, true)) return *this;
-    if(data == null_data) return *this;
-    if(size) memmove(data, str, size);
-    length = size;
-    data[length] = '\0';
-    return *this;
+String &String::copy_grow(const char *str, uint32_t size) {
+    if(size == 0 || !reserve(size, true)) return *this;
+    return copy(str, size);
 }
 
 String &String::move(String &str) noexcept {

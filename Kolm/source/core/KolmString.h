@@ -70,8 +70,14 @@ public:
         if(data != null_data) data[0] = '\0';
     }
     void swap(String &str);
-    String &copy(const char *str);
-    String &copy(const char *str, uint32_t size);
+    String &copy(const char *str) { return copy(str, str ? check_length(strlen(str)) : 0); }
+    String &copy(const char *str, uint32_t size) {
+        if(KOLM_UNLIKELY(size > (capacity & CapacityMask) || data == null_data)) return copy_grow(str, size);
+        if(KOLM_LIKELY(size)) memmove(data, str, size);
+        length = size;
+        data[length] = '\0';
+        return *this;
+    }
     String &copy(const String &str) { return (this == &str) ? *this : copy(str.data, str.length); }
     /// Takes the text over; \p str is empty afterwards. Owned memory changes hands, other memory is copied.
     String &move(String &str) noexcept;
@@ -92,7 +98,7 @@ public:
     String &append(const char *str, uint32_t size) {
         if(KOLM_UNLIKELY(size > (capacity & CapacityMask) - length)) return append_grow(str, size);
         if(KOLM_LIKELY(size)) {
-            memmove(data + length, str, size);
+            memcpy(data + length, str, size); // the text's own bytes end before this place
             length += size;
             data[length] = '\0';
         }
@@ -343,7 +349,10 @@ protected:
     friend bool operator==(const String &, const String &);
 
 private:
-    static uint32_t check_length(size_t size);
+    static uint32_t check_length(size_t size) {
+        KOLM_ASSERT(size <= MaxCapacity && "String::append(): invalid size");
+        return uint32_t(size);
+    }
     static int32_t compare_bytes(const char *s0, uint32_t l0, const char *s1, uint32_t l1) {
         const int32_t ret = memcmp(s0, s1, min(l0, l1));
         return ret ? ret : (l0 < l1) ? -1 : (l0 > l1);
@@ -351,6 +360,7 @@ private:
     void free_data();
     bool grow(uint32_t size, bool spare, bool discard);
     String &append_grow(const char *str, uint32_t size);
+    String &copy_grow(const char *str, uint32_t size);
     uint32_t find_bytes(const char *str, uint32_t size, uint32_t pos) const;
     uint32_t rfind_bytes(const char *str, uint32_t size, uint32_t pos) const;
     bool is_inside(const char *str) const {
@@ -486,8 +496,11 @@ private:
 inline bool operator==(const String &a, const String &b) {
     return a.length == b.length && memcmp(a.data, b.data, a.length) == 0;
 }
-inline bool operator==(const String &a, const char *b) { return a.compare(b) == 0; }
-inline bool operator==(const char *a, const String &b) { return b.compare(a) == 0; }
+inline bool operator==(const String &a, const char *b) {
+    const size_t size = b ? strlen(b) : 0;
+    return a.size() == size && memcmp(a.get(), b ? b : "", size) == 0;
+}
+inline bool operator==(const char *a, const String &b) { return b == a; }
 inline bool operator!=(const String &a, const String &b) { return !(a == b); }
 inline bool operator!=(const String &a, const char *b) { return !(a == b); }
 inline bool operator!=(const char *a, const String &b) { return !(a == b); }

@@ -1,8 +1,8 @@
 // Numbers to text and back, hashes and colours.
 //
-// Integers are written two digits at a time straight into the destination. Floats are scaled in double precision, with
-// exact digits where a value has no fraction. Reading floats takes the exact path of Clinger where it applies and leaves
-// the rest to the language's correctly rounded conversion. None of it asks the C library's locale.
+// Integers are written eight digits at a time straight into the destination. Floats are scaled in double precision, with
+// exact digits where a value has no fraction. Floats are read correctly rounded: from 19 digits and a table of powers, or
+// from all digits for the few values where that is not enough. None of it asks the C library's locale.
 
 #include <float.h>
 #include <math.h>
@@ -16,18 +16,6 @@ namespace Kolm {
 namespace {
 
 constexpr char digit_table[] = "0123456789abcdef";
-
-// "00" to "99".
-struct Pairs {
-    char text[200] = {};
-    constexpr Pairs() {
-        for(uint32_t i = 0; i < 100; i++) {
-            text[i * 2 + 0] = char('0' + i / 10);
-            text[i * 2 + 1] = char('0' + i % 10);
-        }
-    }
-};
-constexpr Pairs pairs;
 
 constexpr float64_t multipliers[] = {1e0, 1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7, 1e8,
                                      1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15, 1e16};
@@ -57,32 +45,64 @@ constexpr uint64_t integer_powers[] = {1ull,
                                        1000000000000000000ull,
                                        10000000000000000000ull};
 
-inline uint32_t count_digits(uint64_t value) {
-    // 1233 / 4096 is just above log10(2).
-    const uint32_t bits = 64 - uint32_t(__builtin_clzll(value | 1));
-    const uint32_t num = (bits * 1233) >> 12;
-    return num + (num < array_size(integer_powers) && value >= integer_powers[num]) + (value == 0);
+// Eight digits of a value below 10^8, the first in the low byte, each as a number. Splits all groups at once: into two of
+// four digits, four of two, eight of one. The factors are reciprocals of 100 and 10, exact over their groups.
+inline uint64_t split_digits(uint32_t value) {
+    const uint64_t fours = (value / 10000) | uint64_t(value % 10000) << 32;
+    const uint64_t hundreds = ((fours * 10486) >> 20) & 0x0000007F0000007F;
+    const uint64_t twos = hundreds | (fours - hundreds * 100) << 16;
+    const uint64_t tens = ((twos * 103) >> 10) & 0x000F000F000F000F;
+    return tens | (twos - tens * 10) << 8;
 }
 
-// Writes exactly `num` digits, zeros in front.
-template<class Type> inline void write_digits(char *dest, Type value, uint32_t num) {
-    while(num >= 2) {
-        const uint32_t pair = uint32_t(value % 100);
-        value /= 100;
-        num -= 2;
-        memcpy(dest + num, pairs.text + pair * 2, 2);
-    }
-    if(num) dest[0] = char('0' + value % 10);
+constexpr uint64_t zero_digits = 0x3030303030303030;
+
+// Writes eight digits, zeros in front.
+inline void write_eight(char *dest, uint32_t value) {
+    const uint64_t text = split_digits(value) + zero_digits;
+    memcpy(dest, &text, 8);
+}
+
+// Writes the digits of a value below 10^8 without zeros in front; touches eight bytes.
+inline char *write_short(char *dest, uint32_t value) {
+    const uint64_t digits = split_digits(value);
+    const uint32_t zeros = uint32_t(__builtin_ctzll(digits | 1ull << 63)) & 0x38; // bits of them, at most seven digits
+    const uint64_t text = (digits + zero_digits) >> zeros;
+    memcpy(dest, &text, 8);
+    return dest + 8 - zeros / 8;
+}
+
+constexpr uint32_t decimal_room = 28; // bytes that write_decimal may touch
+
+inline char *write_decimal(char *dest, uint32_t value) {
+    if(value < 100000000) return write_short(dest, value);
+    const uint32_t high = value / 100000000; // at most 42
+    *dest = char('0' + high / 10);
+    dest += (high >= 10);
+    *dest++ = char('0' + high % 10);
+    write_eight(dest, value % 100000000);
+    return dest + 8;
 }
 
 inline char *write_decimal(char *dest, uint64_t value) {
-    const uint32_t num = count_digits(value);
-    if(value <= 0xFFFFFFFF) {
-        write_digits(dest, uint32_t(value), num);
+    if(value < 100000000) return write_short(dest, uint32_t(value));
+    const uint64_t high = value / 100000000;
+    if(high < 100000000) {
+        dest = write_short(dest, uint32_t(high));
     } else {
-        write_digits(dest, value, num);
+        dest = write_short(dest, uint32_t(high / 100000000));
+        write_eight(dest, uint32_t(high % 100000000));
+        dest += 8;
     }
-    return dest + num;
+    write_eight(dest, uint32_t(value % 100000000));
+    return dest + 8;
+}
+
+// Writes exactly `num` digits, at most 16, zeros in front; touches 16 bytes.
+inline void write_digits(char *dest, uint64_t value, uint32_t num) {
+    value *= integer_powers[16 - num];
+    write_eight(dest, uint32_t(value / 100000000));
+    write_eight(dest + 8, uint32_t(value % 100000000));
 }
 
 constexpr uint32_t max_radix_digits = 128; // 64 binary digits, and the limit of what radix 1 yields
@@ -105,11 +125,11 @@ String &append_radix(String &dest, uint64_t value, uint32_t radix, bool compleme
     return dest.append(text + max_radix_digits - num, num);
 }
 
-String &append_decimal(String &dest, uint64_t value, bool negative) {
-    char text[24];
-    char *begin = text + 1;
-    char *end = write_decimal(begin, value);
-    if(negative) *--begin = '-';
+template<class Type> String &append_decimal(String &dest, Type value, bool negative) {
+    char text[decimal_room + 1];
+    text[0] = '-';
+    const char *end = write_decimal(text + 1, value);
+    const char *begin = text + !negative;
     return dest.append(begin, uint32_t(end - begin));
 }
 
@@ -199,7 +219,15 @@ struct Values {
 constexpr Values values;
 
 template<class Type> Type parse_unsigned(const char *str, uint32_t radix, uint32_t *consumed) {
-    const char *s = skip_spaces(str);
+    const char *s = str;
+    if(radix == 10 && uint32_t(uint8_t(*s)) - '1' < 9) {
+        // Neither space nor prefix: what nearly all numbers are.
+        Type value = Type(*s++ - '0');
+        for(uint32_t digit; (digit = uint32_t(uint8_t(*s)) - '0') < 10; s++) value = Type(value * 10 + digit);
+        if(consumed) *consumed = uint32_t(s - str);
+        return value;
+    }
+    s = skip_spaces(s);
     if(s[0] == '0') {
         const char c = char(s[1] | 32);
         if(c == 'x') {
@@ -246,38 +274,137 @@ bool is_word(const char *s, const char *name) {
     return true;
 }
 
+// Layout of the float types, and the powers of ten beyond which all values are 0 or infinite. A product can be halfway
+// between two floats only for powers whose five fits into the mantissa's spare bits.
+template<class Type> struct FloatTraits;
+template<> struct FloatTraits<float32_t> {
+    using Bits = uint32_t;
+    static constexpr int32_t mantissa_bits = 23, min_exponent = -127, max_exponent = 255;
+    static constexpr int64_t min_power = -65, max_power = 38, min_half = -17, max_half = 10, max_exact = 10;
+};
+template<> struct FloatTraits<float64_t> {
+    using Bits = uint64_t;
+    static constexpr int32_t mantissa_bits = 52, min_exponent = -1023, max_exponent = 2047;
+    static constexpr int64_t min_power = -342, max_power = 308, min_half = -4, max_half = 23, max_exact = 22;
+};
+
+struct Power {
+    uint64_t high, low;
+};
+constexpr Power powers_of_five[] = {
+#define POWER(HIGH, LOW) {HIGH, LOW},
+#include "KolmStringPowers.inc"
+};
+static_assert(sizeof(powers_of_five) == sizeof(Power) * 651);
+
+// The float nearest to mantissa * 10^power, by the method of Eisel and Lemire: the mantissa times the first bits of the
+// power of five is enough to round, but for a few values where false is returned.
+template<class Type> bool round_product(uint64_t mantissa, int64_t power, Type &value) {
+    using Traits = FloatTraits<Type>;
+    using Bits = typename Traits::Bits;
+    const auto set_bits = [&value](uint64_t bits) {
+        const Bits temp = Bits(bits);
+        memcpy(&value, &temp, sizeof(Type));
+        return true;
+    };
+    constexpr uint64_t infinity = uint64_t(Traits::max_exponent) << Traits::mantissa_bits;
+    if(power < Traits::min_power) return set_bits(0);
+    if(power > Traits::max_power) return set_bits(infinity);
+
+    const int32_t zeros = __builtin_clzll(mantissa);
+    const uint64_t w = mantissa << zeros;
+    const Power &five = powers_of_five[power + 342];
+    __extension__ using Wide = unsigned __int128;
+    Wide product = Wide(w) * five.high;
+    // The low word of the power matters only if the bits behind the rounded ones are all set.
+    constexpr uint64_t mask = ~0ull >> (Traits::mantissa_bits + 3);
+    if((uint64_t(product >> 64) & mask) == mask) product += Wide(w) * five.low >> 64;
+    const uint64_t high = uint64_t(product >> 64);
+    const uint64_t low = uint64_t(product);
+    if(low == ~0ull && (power < -27 || power > 55)) return false;
+
+    const int32_t upper = int32_t(high >> 63);
+    const int32_t shift = upper + 64 - Traits::mantissa_bits - 3;
+    uint64_t bits = high >> shift;
+    // 217706 / 65536 is log2(10), close enough to be floored right over all powers.
+    int32_t exponent = int32_t((217706 * power) >> 16) + 63 + upper - zeros - Traits::min_exponent;
+    if(exponent <= 0) {
+        if(1 - exponent >= 64) return set_bits(0);
+        bits >>= 1 - exponent;
+        bits += bits & 1;
+        return set_bits(bits >> 1); // a carry into the exponent's place makes the smallest normal value
+    }
+    // Halfway between two floats: to the even one.
+    if(low <= 1 && power >= Traits::min_half && power <= Traits::max_half && (bits & 3) == 1 && bits << shift == high) {
+        bits &= ~1ull;
+    }
+    bits += bits & 1;
+    bits >>= 1;
+    if(bits >> (Traits::mantissa_bits + 1)) {
+        bits >>= 1;
+        exponent++;
+    }
+    if(exponent >= Traits::max_exponent) return set_bits(infinity);
+    bits &= (1ull << Traits::mantissa_bits) - 1;
+    return set_bits(uint64_t(exponent) << Traits::mantissa_bits | bits);
+}
+
+// Value of a number whose first 19 digits are `mantissa`. With `cut`, more follow in the text.
+template<class Type> Type get_float(uint64_t mantissa, int64_t power, bool cut, const char *begin, const char *end) {
+    using Traits = FloatTraits<Type>;
+    // A product or quotient of two exact values is rounded once.
+    if(!cut && mantissa >> (Traits::mantissa_bits + 1) == 0 && power >= -Traits::max_exact &&
+       power <= Traits::max_exact) {
+        const Type value = Type(mantissa);
+        return (power < 0) ? value / Type(exact_powers[-power]) : value * Type(exact_powers[power]);
+    }
+    Type value = 0;
+    if(round_product(mantissa, power, value)) {
+        Type next = 0;
+        if(!cut || (round_product(mantissa + 1, power, next) && value == next)) return value;
+    }
+    // All digits are needed. The limits are clear of each other: what is out of range is far out.
+    const auto ret = std::from_chars(begin, end, value);
+    if(ret.ec == std::errc::result_out_of_range) return (power > 0) ? Type(INFINITY) : Type(0);
+    return value;
+}
+
+inline bool is_digit(char c) { return uint32_t(uint8_t(c)) - '0' < 10; }
+
+// The first 19 significant digits of a number that has more; `power` gains the number of those that are left out.
+uint64_t read_long_mantissa(const char *s, const char *end, int64_t &power) {
+    while(*s == '0' || *s == '.') s++;
+    uint64_t mantissa = 0;
+    uint32_t num = 0;
+    for(; s < end; s++) {
+        if(*s == '.') continue;
+        if(num++ < 19) {
+            mantissa = mantissa * 10 + uint64_t(*s - '0');
+        } else {
+            power++;
+        }
+    }
+    return mantissa;
+}
+
 template<class Type> Type parse_float(const char *str, uint32_t *consumed) {
     const char *s = skip_spaces(str);
     const bool negative = (*s == '-');
     if(negative || *s == '+') s++;
 
-    // Mantissa of up to 19 digits, position of the point, and whether digits were left out.
+    // All digits are added up first; that there were more than fit is known by their number.
     const char *begin = s;
     uint64_t mantissa = 0;
-    uint32_t num_digits = 0; // significant ones
+    for(; is_digit(*s); s++) mantissa = mantissa * 10 + uint64_t(*s - '0');
+    size_t num_digits = size_t(s - begin);
     int64_t power = 0;
-    bool any = false;
-    bool point = false;
-    for(;; s++) {
-        const uint32_t digit = uint32_t(uint8_t(*s)) - '0';
-        if(digit < 10) {
-            any = true;
-            if(num_digits || digit) {
-                if(num_digits < 19) {
-                    mantissa = mantissa * 10 + digit;
-                } else {
-                    power++;
-                }
-                if(num_digits < 0xFFFFFFFF) num_digits++;
-            }
-            power -= point;
-        } else if(*s == '.' && !point) {
-            point = true;
-        } else {
-            break;
-        }
+    if(*s == '.') {
+        const char *fraction = ++s;
+        for(; is_digit(*s); s++) mantissa = mantissa * 10 + uint64_t(*s - '0');
+        power = fraction - s;
+        num_digits += size_t(s - fraction);
     }
-    if(!any) {
+    if(num_digits == 0) {
         Type value = 0;
         s = begin;
         if(is_word(s, "inf")) {
@@ -290,14 +417,20 @@ template<class Type> Type parse_float(const char *str, uint32_t *consumed) {
         if(consumed) *consumed = uint32_t(s - str);
         return negative ? -value : value;
     }
+    bool cut = false;
+    if(KOLM_UNLIKELY(num_digits > 19)) {
+        const int64_t old_power = power;
+        mantissa = read_long_mantissa(begin, s, power);
+        cut = (power != old_power);
+    }
     if((*s | 32) == 'e') {
         const char *e = s + 1;
         const bool minus = (*e == '-');
         if(minus || *e == '+') e++;
-        if(uint32_t(uint8_t(*e)) - '0' < 10) {
+        if(is_digit(*e)) {
             int64_t exponent = 0;
-            for(uint32_t digit; (digit = uint32_t(uint8_t(*e)) - '0') < 10; e++) {
-                if(exponent < 1000000000) exponent = exponent * 10 + digit;
+            for(; is_digit(*e); e++) {
+                if(exponent < 1000000000) exponent = exponent * 10 + (*e - '0');
             }
             power += minus ? -exponent : exponent;
             s = e;
@@ -305,23 +438,7 @@ template<class Type> Type parse_float(const char *str, uint32_t *consumed) {
     }
     if(consumed) *consumed = uint32_t(s - str);
 
-    // A product or quotient of two exact values is rounded once.
-    constexpr bool is_double = sizeof(Type) == 8;
-    constexpr uint64_t max_mantissa = is_double ? 1ull << 53 : 1ull << 24;
-    constexpr int64_t max_power = is_double ? 22 : 10;
-    Type value = 0;
-    if(num_digits <= 19 && mantissa <= max_mantissa && power >= -max_power && power <= max_power) {
-        value = Type(mantissa);
-        if(power < 0) {
-            value /= Type(exact_powers[-power]);
-        } else {
-            value *= Type(exact_powers[power]);
-        }
-    } else if(mantissa) {
-        const auto ret = std::from_chars(begin, s, value);
-        if(ret.ec == std::errc::result_out_of_range)
-            value = (power + min(num_digits, 19u) > 0) ? Type(INFINITY) : Type(0);
-    }
+    const Type value = mantissa ? get_float<Type>(mantissa, power, cut, begin, s) : Type(0);
     return negative ? -value : value;
 }
 
@@ -342,17 +459,21 @@ String &String::fromi64(String &dest, int64_t value, uint32_t radix) {
 }
 
 String &String::fromu32(String &dest, uint32_t value, uint32_t radix) {
+    if(KOLM_LIKELY(radix == 10 && (dest.capacity & CapacityMask) - dest.length >= decimal_room)) {
+        dest.length = uint32_t(write_decimal(dest.data + dest.length, value) - dest.data);
+        dest.data[dest.length] = '\0';
+        return dest;
+    }
     KOLM_ASSERT(radix > 0 && radix <= 16 && "String::fromu32(): invalid radix");
-    if(radix != 10) return append_radix(dest, value, radix, false);
-    const uint32_t num = count_digits(value);
-    if(KOLM_UNLIKELY(dest.length + 10 > (dest.capacity & CapacityMask))) return append_decimal(dest, value, false);
-    write_digits(dest.data + dest.length, value, num);
-    dest.length += num;
-    dest.data[dest.length] = '\0';
-    return dest;
+    return (radix == 10) ? append_decimal(dest, value, false) : append_radix(dest, value, radix, false);
 }
 
 String &String::fromu64(String &dest, uint64_t value, uint32_t radix) {
+    if(KOLM_LIKELY(radix == 10 && (dest.capacity & CapacityMask) - dest.length >= decimal_room)) {
+        dest.length = uint32_t(write_decimal(dest.data + dest.length, value) - dest.data);
+        dest.data[dest.length] = '\0';
+        return dest;
+    }
     KOLM_ASSERT(radix > 0 && radix <= 16 && "String::fromu64(): invalid radix");
     return (radix == 10) ? append_decimal(dest, value, false) : append_radix(dest, value, radix, false);
 }

@@ -260,13 +260,8 @@ bool ImageStreamKTX::info(Stream &stream, Image &image, Image::Flags, uint32_t, 
     return true;
 }
 
-bool ImageStreamKTX::load(Stream &stream, Image &image, Image::Flags, uint32_t, Async *) {
-    Header header;
-    if(!create(stream, image, Image::FlagNone, header)) {
-        Log::printf(Log::Error, "ImageStreamKTX::load(): can't create image\n");
-        return false;
-    }
-
+// Reads what follows the header. Levels that the file lacks stay as they are.
+bool ImageStreamKTX::read(Stream &stream, Image &image, const Header &header) {
     bool top_down = false;
     Array<uint8_t> key_values;
     if(!stream.readArray(key_values, header.key_values_size) || !read_key_values(key_values, top_down)) {
@@ -316,6 +311,20 @@ bool ImageStreamKTX::load(Stream &stream, Image &image, Image::Flags, uint32_t, 
     return true;
 }
 
+bool ImageStreamKTX::load(Stream &stream, Image &image, Image::Flags, uint32_t, Async *) {
+    Header header;
+    if(!create(stream, image, Image::FlagNoClear, header)) {
+        Log::printf(Log::Error, "ImageStreamKTX::load(): can't create image\n");
+        return false;
+    }
+    if(header.num_mipmaps < image.getMipmaps()) memset(image.getData(), 0, image.getDataSize());
+    if(!read(stream, image, header)) {
+        memset(image.getData(), 0, image.getDataSize());
+        return false;
+    }
+    return true;
+}
+
 bool ImageStreamKTX::save(Stream &stream, const Image &image, Image::Flags, uint32_t) {
     const Format format = image.getFormat();
     if(!image.isColorFormat()) {
@@ -337,7 +346,7 @@ bool ImageStreamKTX::save(Stream &stream, const Image &image, Image::Flags, uint
     Header header = {};
     header.gl_type = codes.gl_types[format];
     header.gl_size = !image.isPixelFormat() ? 1 : image.is32BitFormat() ? 4 : image.is16BitFormat() ? 2 : 1;
-    header.gl_format = block ? GL_NONE : codes.gl_formats[format];
+    header.gl_format = block ? uint32_t(GL_NONE) : codes.gl_formats[format];
     header.gl_internal_format = codes.gl_internal_formats[format];
     header.gl_base_internal_format = codes.gl_formats[format];
     header.pixel_width = image.getWidth();

@@ -34,6 +34,7 @@ private:
 
     static Format find_format(const Header &header);
     bool create(Stream &stream, Image &image, Image::Flags flags, Header &header);
+    bool read(Stream &stream, Image &image, const Header &header);
 };
 
 } // namespace Kolm
