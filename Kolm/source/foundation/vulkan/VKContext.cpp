@@ -26,10 +26,12 @@ VKContext::VKContext(VKAdapter *adapter, uint32_t family, uint32_t index)
         shader_stages |= VK_PIPELINE_STAGE_RAY_TRACING_SHADER_BIT_KHR;
     select_memory();
     VK::retain();
+    adapter->retainContext();
 }
 
 VKContext::~VKContext() {
     destroy();
+    adapter->releaseContext();
     VK::release();
 }
 

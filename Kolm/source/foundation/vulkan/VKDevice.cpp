@@ -173,7 +173,10 @@ Device *VKDevice::createDevice(uint32_t index, uint32_t frames) {
                          VK_COMMAND_BUFFER_LEVEL_PRIMARY, frames);
 }
 
+// What a secondary context recorded runs with its parent's frame, for which it has no fence of its own: one frame more
+// than the parent has keeps it from being used again too early.
 Device *VKDevice::createCommandDevice(uint32_t frames) {
+    frames = max(frames, context->getNumFrames() + 1);
     return create_device(adapter, adapter->graphics_family, adapter->graphics_index, VK_COMMAND_BUFFER_LEVEL_SECONDARY,
                          frames);
 }

@@ -360,6 +360,14 @@ VKAdapter *VK::getAdapter(uint32_t index) {
 
 uint32_t VK::addAdapter(VKAdapter *adapter) {
     KOLM_ASSERT(adapter && "VK::addAdapter(): adapter is null");
+    // The place of an outside device that was let go is free.
+    for(uint32_t i = 0; i < adapters.size(); i++) {
+        if(!adapters[i]->isOutside() || adapters[i]->isCreated()) continue;
+        delete adapters[i];
+        adapters[i] = adapter;
+        adapter->adapter_index = i;
+        return i;
+    }
     if(adapters.size() >= MaxAdapters) return ~0u;
     adapter->adapter_index = adapters.size();
     adapters.append(adapter);

@@ -307,6 +307,10 @@ void VKAdapter::release() {
     queues.release();
 }
 
+void VKAdapter::releaseContext() {
+    if(--num_contexts == 0 && isOutside()) release();
+}
+
 bool VKAdapter::checkExtension(const char *name) const { return VK::checkName(device_extensions, name); }
 
 bool VKAdapter::checkFormatFeatures(VkFormat format, VkFormatFeatureFlags flags) const {

@@ -57,6 +57,12 @@ public:
     /// Reports leaked memory and destroys the device, which is idle.
     void release();
     bool isCreated() const { return is_created; }
+    /// Whether the device is the caller's.
+    bool isOutside() const { return !is_owner; }
+
+    /// Counts contexts. A caller's device is let go with the last of them: it may be destroyed from then on.
+    void retainContext() { num_contexts++; }
+    void releaseContext();
 
     uint32_t getIndex() const { return adapter_index; }
     VkPhysicalDevice getAdapter() const { return adapters[0]; }
@@ -227,6 +233,7 @@ private:
     QueueLock queue_locks[16];
     uint32_t num_queue_locks = 0;
 
+    Atomici32 num_contexts;
     Atomici32 num_allocations;
     Atomici32 total_allocations;
     HeapMemory small_memory[VK_MAX_MEMORY_TYPES];
