@@ -14,6 +14,7 @@
 #include "KolmLog.h"
 #include "VKCompute.h"
 #include "VKDevice.h"
+#include "VKOffscreen.h"
 
 class GpuTest : public testing::Test {
 public:

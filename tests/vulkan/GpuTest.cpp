@@ -92,7 +92,6 @@ GpuTest::KernelPtr GpuTest::createKernel(const std::string &src, uint32_t unifor
     KernelPtr kernel(device->createKernel(nullptr));
     kernel->setUniforms(uniforms, flags);
     kernel->setStorages(storages, flags).setStorageOffset(uniforms);
-    if(getenv("VK_TMP_GLSLANG")) return createKernel(compileReference(src), uniforms, storages);
     if(kernel->createShaderGLSL(src.c_str()) && kernel->create()) return kernel;
     ADD_FAILURE() << "can't create kernel of\n" << src;
     return nullptr;
