@@ -22,23 +22,21 @@ constexpr Compiler::Flags U64 = Compiler::FlagUInt | Compiler::Flag64Bit;
 constexpr Compiler::Flags I32 = Compiler::FlagSInt | Compiler::Flag32Bit;
 constexpr Compiler::Flags I64 = Compiler::FlagSInt | Compiler::Flag64Bit;
 constexpr Conversion conversions[] = {
-    {1, U32, I32}, {1, I32, U32}, {1, F32, U32}, {2, U32, F32}, {2, I32, F32}, {2, F32, I32}, {3, F32, F16},
-    {3, F16, F32}, {4, F32, F64}, {4, I32, F64}, {4, U32, F64}, {4, I32, I64}, {4, I32, U64}, {4, U32, U64},
-    {4, U32, I64}, {4, I64, U64}, {4, I64, F64}, {4, U64, F64},
+    {1, U32, I32}, {1, I32, U32}, {1, F32, U32}, {2, U32, F32}, {2, I32, F32}, {2, F32, I32},
+    {3, F32, F16}, {3, F16, F32}, {4, F32, F64}, {4, I32, F64}, {4, U32, F64}, {4, I32, I64},
+    {4, I32, U64}, {4, U32, U64}, {4, U32, I64}, {4, I64, U64}, {4, I64, F64}, {4, U64, F64},
 };
 constexpr uint32_t NumPasses = 5;
 
-bool is_block_opcode(uint32_t opcode) {
-    return opcode >= SpvOpLoopMerge && opcode <= SpvOpSwitch;
-}
+bool is_block_opcode(uint32_t opcode) { return opcode >= SpvOpLoopMerge && opcode <= SpvOpSwitch; }
 
 // Words of a value instruction, from the third on, that are ids; the others are literals.
 uint32_t get_num_ids(uint32_t opcode, uint32_t count) {
     switch(opcode) {
-        case SpvOpCompositeExtract: return 1;
-        case SpvOpVectorShuffle:
-        case SpvOpCompositeInsert: return 2;
-        default: return count;
+    case SpvOpCompositeExtract: return 1;
+    case SpvOpVectorShuffle:
+    case SpvOpCompositeInsert: return 2;
+    default: return count;
     }
 }
 
@@ -56,7 +54,7 @@ bool is_value_opcode(uint32_t opcode) {
 #undef COPY_T
 #undef COPY_C
         return true;
-        default: return false;
+    default: return false;
     }
 }
 
@@ -76,8 +74,10 @@ void Compiler::parse_arguments(const char *&s, Operands &args, uint32_t places, 
         if(index > 255) Parser::error("too many operands\n");
         Operand operand = parse_operand(s, func, scope);
         const bool place = (index < 32) && ((places >> index) & 1);
-        if(!operand.place() || !place) operand = get_operand(load(operand, func));
-        else fix_pointer(operand, func);
+        if(!operand.place() || !place)
+            operand = get_operand(load(operand, func));
+        else
+            fix_pointer(operand, func);
         args.append(operand);
     } while(Text::accept(s, ','));
     Text::skip_blank(s);

@@ -25,10 +25,10 @@ uint32_t Compiler::parse_constructor(const char *&s, const String &type, uint32_
             const Flags from = get_target_flags(get_target_type(args[0].type));
             const Flags to = get_target_flags(element);
             const bool floats = (from & FlagFloat) && (to & FlagFloat);
-            const SpvOp opcode = floats                ? SpvOpFConvert
-                                 : (to & FlagFloat)    ? ((from & FlagUInt) ? SpvOpConvertUToF : SpvOpConvertSToF)
-                                 : (from & FlagFloat)  ? ((to & FlagUInt) ? SpvOpConvertFToU : SpvOpConvertFToS)
-                                                       : SpvOpBitcast;
+            const SpvOp opcode = floats               ? SpvOpFConvert
+                                 : (to & FlagFloat)   ? ((from & FlagUInt) ? SpvOpConvertUToF : SpvOpConvertSToF)
+                                 : (from & FlagFloat) ? ((to & FlagUInt) ? SpvOpConvertFToU : SpvOpConvertFToS)
+                                                      : SpvOpBitcast;
             return add_value(func, opcode, target, {args[0].target});
         }
         const uint32_t value = add_convert_opcodes(func, element, args[0].target);

@@ -23,19 +23,21 @@ struct NumberFunction {
     float64_t (*func)(const float64_t *x);
 };
 
-float64_t get_sign(float64_t x) {
-    return (x > 0.0) ? 1.0 : (x < 0.0) ? -1.0 : 0.0;
-}
-float64_t get_clamp(float64_t x, float64_t lo, float64_t hi) {
-    return (x < lo) ? lo : (x > hi) ? hi : x;
-}
+float64_t get_sign(float64_t x) { return (x > 0.0) ? 1.0 : (x < 0.0) ? -1.0 : 0.0; }
+float64_t get_clamp(float64_t x, float64_t lo, float64_t hi) { return (x < lo) ? lo : (x > hi) ? hi : x; }
 float64_t get_smooth(float64_t lo, float64_t hi, float64_t x) {
     const float64_t t = get_clamp((x - lo) / (hi - lo), 0.0, 1.0);
     return t * t * (3.0 - 2.0 * t);
 }
 
-#define NUMBER_1(NAME, KEEP, EXPR) {NAME, 1, KEEP, [](const float64_t *x) -> float64_t { return EXPR; }}
-#define NUMBER_N(NAME, ARGS, KEEP, EXPR) {NAME, ARGS, KEEP, [](const float64_t *x) -> float64_t { return EXPR; }}
+#define NUMBER_1(NAME, KEEP, EXPR)                                          \
+    {                                                                       \
+        NAME, 1, KEEP, [](const float64_t *x) -> float64_t { return EXPR; } \
+    }
+#define NUMBER_N(NAME, ARGS, KEEP, EXPR)                                       \
+    {                                                                          \
+        NAME, ARGS, KEEP, [](const float64_t *x) -> float64_t { return EXPR; } \
+    }
 const NumberFunction number_functions[] = {
     NUMBER_1("radians", false, x[0] * (Pi / 180.0)),
     NUMBER_1("degrees", false, x[0] * (180.0 / Pi)),
@@ -378,7 +380,8 @@ struct Compiler::ConstantParser : public NoCopy {
             s = p;
             return;
         }
-        if(!variable.decorations.has(SpvDecorationConstant)) Parser::error("\"%s\" is not a constant variable\n", name.get());
+        if(!variable.decorations.has(SpvDecorationConstant))
+            Parser::error("\"%s\" is not a constant variable\n", name.get());
         const Constant *constant = compiler.get_constant(variable);
         if(constant == nullptr) Parser::error("\"%s\" is not a constant variable\n", name.get());
         value.constant = *constant;
@@ -426,7 +429,8 @@ struct Compiler::ConstantParser : public NoCopy {
             const String text = get_text(args + 1, s);
             if(*s) s++;
             const Flags flags = value.constant.flags;
-            if(name != "length" || text.size()) Parser::error("unknown array function %s(%s)\n", name.get(), text.get());
+            if(name != "length" || text.size())
+                Parser::error("unknown array function %s(%s)\n", name.get(), text.get());
             if(value.type != ~0u && compiler.get_target_length(value.type) != ~0u)
                 set_integer(value, compiler.get_target_length(value.type));
             else if(flags & FlagArray)
@@ -638,8 +642,10 @@ struct Compiler::ConstantParser : public NoCopy {
             }
             first = false;
             Text::skip_blank(s);
-            if(*s == ',') s++;
-            else if(*s != '}') Parser::error("invalid expression\n");
+            if(*s == ',')
+                s++;
+            else if(*s != '}')
+                Parser::error("invalid expression\n");
         }
         if(first) Parser::error("invalid expression\n");
     }
@@ -725,8 +731,7 @@ struct Compiler::ConstantParser : public NoCopy {
             const uint32_t width = get_type_width(a.flags);
             const uint32_t columns = get_type_columns(a.flags);
             result.flags = get_matrix_flags(a.flags, columns, width);
-            for(uint32_t i = 0; i < width * columns; i++)
-                result.append(a, (i % columns) * width + i / columns);
+            for(uint32_t i = 0; i < width * columns; i++) result.append(a, (i % columns) * width + i / columns);
         } else if(args.size() == 1 && (a.flags & FlagFormat) && name.size() > 10 && name.contains("BitsTo")) {
             const bool from_float = name == "floatBitsToInt" || name == "floatBitsToUint";
             const bool from_int = name == "intBitsToFloat" || name == "uintBitsToFloat";
@@ -790,8 +795,8 @@ struct Compiler::ConstantParser : public NoCopy {
         const Flags shape = (a.size() >= b.size()) ? get_shape(a) : get_shape(b);
         const bool equality = (code == CodeEqual || code == CodeNotEqual);
         const bool relation = equality || (code >= CodeLessThan && code <= CodeGreaterEqual);
-        Constant result = x.binary(opcode, y, relation ? (shape | FlagBool | Flag32Bit)
-                                                       : (shape | (format & (FlagFormat | FlagBits))));
+        Constant result = x.binary(
+            opcode, y, relation ? (shape | FlagBool | Flag32Bit) : (shape | (format & (FlagFormat | FlagBits))));
         if(result.empty()) error_operator(code, left, right);
         if(equality && result.size() > 1) {
             bool equal = true;

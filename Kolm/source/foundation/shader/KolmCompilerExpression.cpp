@@ -24,13 +24,14 @@ struct CodeInfo {
 
 constexpr CodeInfo code_infos[] = {
 #define CODE(NUM, NAME, PRIORITY) {#NAME, uint8_t(PRIORITY * 2), SpvOpNop, SpvOpNop, SpvOpNop, SpvOpNop},
-#define OPERATOR(NUM, NAME, PRIORITY, F, U, S, B) {#NAME, uint8_t(PRIORITY * 2), SpvOp##F, SpvOp##U, SpvOp##S, SpvOp##B},
+#define OPERATOR(NUM, NAME, PRIORITY, F, U, S, B) \
+    {#NAME, uint8_t(PRIORITY * 2), SpvOp##F, SpvOp##U, SpvOp##S, SpvOp##B},
 #include "KolmCompilerOperators.inc"
 };
 
 constexpr bool codes_in_order() {
     uint32_t next = 0;
-#define CODE(NUM, NAME, PRIORITY)                                                                                      \
+#define CODE(NUM, NAME, PRIORITY) \
     if(NUM != next++) return false;
 #include "KolmCompilerOperators.inc"
     return true;
@@ -63,35 +64,33 @@ uint32_t Compiler::read_operator(const char *s, uint32_t &length, uint32_t &comp
     length = 1;
     uint32_t code = CodeUnknown;
     switch(c) {
-        case '*': code = CodeMul; break;
-        case '/': code = CodeDiv; break;
-        case '%': code = CodeMod; break;
-        case '+': code = CodeAdd; break;
-        case '-': code = CodeSub; break;
-        case '&': code = CodeBitwiseAnd; break;
-        case '^': code = CodeBitwiseXor; break;
-        case '|': code = CodeBitwiseOr; break;
-        case '<': code = CodeLessThan; break;
-        case '>': code = CodeGreaterThan; break;
-        case '=': code = CodeAssign; break;
-        case '!':
-            length = 2;
-            return (n == '=') ? CodeNotEqual : CodeUnknown;
-        case '?': return CodeSelect;
-        default: return CodeUnknown;
+    case '*': code = CodeMul; break;
+    case '/': code = CodeDiv; break;
+    case '%': code = CodeMod; break;
+    case '+': code = CodeAdd; break;
+    case '-': code = CodeSub; break;
+    case '&': code = CodeBitwiseAnd; break;
+    case '^': code = CodeBitwiseXor; break;
+    case '|': code = CodeBitwiseOr; break;
+    case '<': code = CodeLessThan; break;
+    case '>': code = CodeGreaterThan; break;
+    case '=': code = CodeAssign; break;
+    case '!': length = 2; return (n == '=') ? CodeNotEqual : CodeUnknown;
+    case '?': return CodeSelect;
+    default: return CodeUnknown;
     }
     if(n == c) {
         length = 2;
         switch(c) {
-            case '+': return CodePostIncrement;
-            case '-': return CodePostDecrement;
-            case '=': return CodeEqual;
-            case '&': return CodeLogicalAnd;
-            case '|': return CodeLogicalOr;
-            case '^': return CodeLogicalXor;
-            case '<': code = CodeShiftLeft; break;
-            case '>': code = CodeShiftRight; break;
-            default: return CodeUnknown;
+        case '+': return CodePostIncrement;
+        case '-': return CodePostDecrement;
+        case '=': return CodeEqual;
+        case '&': return CodeLogicalAnd;
+        case '|': return CodeLogicalOr;
+        case '^': return CodeLogicalXor;
+        case '<': code = CodeShiftLeft; break;
+        case '>': code = CodeShiftRight; break;
+        default: return CodeUnknown;
         }
         if(s[2] != '=') return code;
         length = 3;
@@ -163,8 +162,7 @@ void Compiler::parse_assignment(const char *&s, Function &func, Scope *scope) {
             } else if(next == CodeAssign || next == CodePostIncrement || next == CodePostDecrement) {
                 Parser::error("invalid target for %s operator\n", get_code_name(next));
             } else {
-                const uint32_t right =
-                    load(parse_binary(s, get_code_priority(next) + 1, true, func, scope), func);
+                const uint32_t right = load(parse_binary(s, get_code_priority(next) + 1, true, func, scope), func);
                 operand = get_operand(add_operator(next, operand.target, right, func));
             }
             Text::skip_blank(s);
@@ -265,7 +263,10 @@ Compiler::Operand Compiler::parse_unary(const char *&s, bool nested, Function &f
         }
     }
     const uint32_t value = load(parse_unary(s, true, func, scope), func);
-    return get_operand(add_operator((c == '-') ? CodeNegate : (c == '!') ? CodeLogicalNot : CodeBitwiseNot, value, func));
+    return get_operand(add_operator((c == '-')   ? CodeNegate
+                                    : (c == '!') ? CodeLogicalNot
+                                                 : CodeBitwiseNot,
+                                    value, func));
 }
 
 Compiler::Operand Compiler::parse_primary(const char *&s, bool nested, Function &func, Scope *scope) {
@@ -335,11 +336,11 @@ Compiler::Operand Compiler::parse_name(const char *&s, Function &func, Scope *sc
         }
         return get_operand(result);
     }
-    // A constructor of an array.
+    // A constructor of an array, or of a matrix whose type has parameters.
     s = begin;
     String type = parse_type(s, scope);
     Text::skip_blank(s);
-    if(type.size() && *s == '[') {
+    if(type.size() && (*s == '[' || *s == '(')) {
         Depth depth(*this);
         const uint32_t length = parse_array_length(s, type, scope);
         if(Text::accept(s, '(')) return get_operand(parse_constructor(s, type, length, func, scope));

@@ -12,13 +12,13 @@ namespace Kolm {
 static constexpr SpvExt SpvExtBad = SpvExt(0); // no instruction
 
 const Compiler::InternalFunction Compiler::internal_rows[] = {
-#define INTERNAL(NAME, FAMILY, RESULT, ARGS, F, S, U, B, PARAM)                                                        \
+#define INTERNAL(NAME, FAMILY, RESULT, ARGS, F, S, U, B, PARAM) \
     {NAME, Family##FAMILY, RESULT, ARGS, SpvOp##F, SpvOp##S, SpvOp##U, SpvOp##B, uint32_t(PARAM)},
 #include "KolmCompilerFunctions.inc"
 };
 
 const Compiler::ExternalFunction Compiler::external_rows[] = {
-#define EXTERNAL(NAME, FAMILY, RESULT, ARGS, F, S, U)                                                                  \
+#define EXTERNAL(NAME, FAMILY, RESULT, ARGS, F, S, U) \
     {NAME, Family##FAMILY, RESULT, ARGS, SpvExt##F, SpvExt##S, SpvExt##U},
 #include "KolmCompilerFunctions.inc"
 };
@@ -51,9 +51,7 @@ uint32_t get_num_rules(const char *rules) {
     return count;
 }
 
-bool is_generic(const String &rule) {
-    return rule.size() == 1 && strchr("gfhnwbv", rule[0]);
-}
+bool is_generic(const String &rule) { return rule.size() == 1 && strchr("gfhnwbv", rule[0]); }
 
 } // namespace
 
@@ -80,28 +78,28 @@ bool Compiler::match_arguments(Match &match, const Operands &args, Function &fun
         }
         if(!generic) continue;
         switch(rule[0]) {
-            case 'g':
-                if((flags & FlagBool) && !match.formats[3]) return false;
-                break;
-            case 'n':
-                if((flags & FlagInteger) == 0) return false;
-                break;
-            case 'w':
-                if((flags & FlagInteger) == 0 || (flags & Flag32Bit) == 0) return false;
-                break;
-            case 'b':
-                if((flags & FlagBool) == 0) return false;
-                break;
-            case 'v':
-                if(width == 1) return false;
-                as_float = true;
-                break;
-            default:
-                if(flags & FlagBool) return false;
-                as_float = true;
-                narrow |= (rule[0] == 'h');
-                three |= (rule == "f3");
-                break;
+        case 'g':
+            if((flags & FlagBool) && !match.formats[3]) return false;
+            break;
+        case 'n':
+            if((flags & FlagInteger) == 0) return false;
+            break;
+        case 'w':
+            if((flags & FlagInteger) == 0 || (flags & Flag32Bit) == 0) return false;
+            break;
+        case 'b':
+            if((flags & FlagBool) == 0) return false;
+            break;
+        case 'v':
+            if(width == 1) return false;
+            as_float = true;
+            break;
+        default:
+            if(flags & FlagBool) return false;
+            as_float = true;
+            narrow |= (rule[0] == 'h');
+            three |= (rule == "f3");
+            break;
         }
         match.format = common ? get_common_flags(match.format, flags) : (flags & (FlagFormat | FlagBits));
         if(match.format == FlagNone) return false;
@@ -194,8 +192,7 @@ uint32_t Compiler::parse_external_function(const char *&s, const String &name, F
     for(const ExternalFunction &external : external_rows) {
         if(name == external.name && get_num_rules(external.args) == args.size()) row = &external;
     }
-    if(row == nullptr)
-        Parser::error("unknown external function %s with %u arguments\n", name.get(), args.size());
+    if(row == nullptr) Parser::error("unknown external function %s with %u arguments\n", name.get(), args.size());
     return add_external_function(*row, args, func);
 }
 
@@ -266,17 +263,17 @@ uint32_t Compiler::parse_internal_function(const char *&s, const String &name, F
     // Arguments that are places, or may be.
     uint32_t places = 0;
     switch(call.row.family) {
-        case FamilyAtomic:
-        case FamilyImageAtomic:
-        case FamilyRayQuery:
-        case FamilyRayQueryInit: places = 1; break;
-        case FamilyCoopLoad: places = 3; break;
-        case FamilyCoopStore: places = 2; break;
-        case FamilyCarry: places = 4; break;
-        case FamilyMulExtended: places = 12; break;
-        case FamilyImageLoad:
-        case FamilyTexture: places = (call.row.param & TextureSparse) ? ~1u : 0; break;
-        default: break;
+    case FamilyAtomic:
+    case FamilyImageAtomic:
+    case FamilyRayQuery:
+    case FamilyRayQueryInit: places = 1; break;
+    case FamilyCoopLoad: places = 3; break;
+    case FamilyCoopStore: places = 2; break;
+    case FamilyCarry: places = 4; break;
+    case FamilyMulExtended: places = 12; break;
+    case FamilyImageLoad:
+    case FamilyTexture: places = (call.row.param & TextureSparse) ? ~1u : 0; break;
+    default: break;
     }
     parse_arguments(s, call.args, places, func, scope);
     return add_internal_function(call);
@@ -291,46 +288,46 @@ SpvOp Compiler::get_call_opcode(const Call &call, Flags flags) const {
 
 uint32_t Compiler::add_internal_function(Call &call) {
     switch(call.row.family) {
-        case FamilyOp: return add_plain_call(call);
-        case FamilyOuterProduct:
-        case FamilyTranspose:
-        case FamilyMatrixMul: return add_matrix_call(call);
-        case FamilyDot:
-        case FamilyReduce:
-        case FamilyCarry:
-        case FamilyMulExtended:
-        case FamilyDerivative: return add_number_call(call);
-        case FamilyTexture: return add_texture_call(call);
-        case FamilyImageLoad:
-        case FamilyImageStore: return add_image_call(call);
-        case FamilyImageSize:
-        case FamilyImageSamples:
-        case FamilyTextureSize:
-        case FamilyTextureLevels:
-        case FamilyTextureQuery: return add_query_image_call(call);
-        case FamilyImageAtomic: return add_image_atomic_call(call);
-        case FamilySampler: return add_sampler_call(call);
-        case FamilyBarrier: return add_barrier_call(call);
-        case FamilyAtomic: return add_atomic_call(call);
-        case FamilySubgroup:
-        case FamilySubgroupCount:
-        case FamilySubgroupMath:
-        case FamilySubgroupSwap: return add_subgroup_call(call);
-        case FamilyStream:
-        case FamilyRayEnd:
-        case FamilyMeshTasks:
-        case FamilyMeshOutputs: return add_stage_call(call);
-        case FamilyTraceRay:
-        case FamilyReport:
-        case FamilyCallable:
-        case FamilyAcceleration: return add_ray_call(call);
-        case FamilyRayQueryInit:
-        case FamilyRayQuery: return add_query_call(call);
-        case FamilyCoopLoad:
-        case FamilyCoopStore:
-        case FamilyCoopMulAdd: return add_coop_call(call);
-        case FamilyNonUniform: return add_nonuniform_call(call);
-        default: break;
+    case FamilyOp: return add_plain_call(call);
+    case FamilyOuterProduct:
+    case FamilyTranspose:
+    case FamilyMatrixMul: return add_matrix_call(call);
+    case FamilyDot:
+    case FamilyReduce:
+    case FamilyCarry:
+    case FamilyMulExtended:
+    case FamilyDerivative: return add_number_call(call);
+    case FamilyTexture: return add_texture_call(call);
+    case FamilyImageLoad:
+    case FamilyImageStore: return add_image_call(call);
+    case FamilyImageSize:
+    case FamilyImageSamples:
+    case FamilyTextureSize:
+    case FamilyTextureLevels:
+    case FamilyTextureQuery: return add_query_image_call(call);
+    case FamilyImageAtomic: return add_image_atomic_call(call);
+    case FamilySampler: return add_sampler_call(call);
+    case FamilyBarrier: return add_barrier_call(call);
+    case FamilyAtomic: return add_atomic_call(call);
+    case FamilySubgroup:
+    case FamilySubgroupCount:
+    case FamilySubgroupMath:
+    case FamilySubgroupSwap: return add_subgroup_call(call);
+    case FamilyStream:
+    case FamilyRayEnd:
+    case FamilyMeshTasks:
+    case FamilyMeshOutputs: return add_stage_call(call);
+    case FamilyTraceRay:
+    case FamilyReport:
+    case FamilyCallable:
+    case FamilyAcceleration: return add_ray_call(call);
+    case FamilyRayQueryInit:
+    case FamilyRayQuery: return add_query_call(call);
+    case FamilyCoopLoad:
+    case FamilyCoopStore:
+    case FamilyCoopMulAdd: return add_coop_call(call);
+    case FamilyNonUniform: return add_nonuniform_call(call);
+    default: break;
     }
     Parser::error("unknown internal function %s()\n", call.name());
 }
@@ -398,22 +395,21 @@ uint32_t Compiler::add_number_call(Call &call) {
     const uint32_t common = add_type(get_vector_flags(match.format, match.width));
     if(opcode == SpvOpNop) call.invalid();
     switch(call.row.family) {
-        case FamilyDot:
-            if(match.width > 1) return add_value(func, SpvOpDot, type, match.values);
-            return add_binary_opcode(func, SpvOpFMul, get_target_flags(type), match.values[0], match.values[1]);
-        case FamilyReduce:
-            return (match.width > 1) ? add_value(func, opcode, type, match.values) : match.values[0];
-        case FamilyDerivative:
-            if(execution_model != SpvExecutionModelFragment) Parser::error("instruction is not valid\n");
-            if(call.row.param) add_capability(call.row.param);
-            // Only 32 bits are differentiated.
-            if(match.format & Flag16Bit) {
-                const uint32_t wide = add_cast_opcodes(func, FlagFloat | Flag32Bit, match.values[0]);
-                const uint32_t value = add_value(func, opcode, get_type(wide), {wide});
-                return add_cast_opcodes(func, match.format, value);
-            }
-            return add_value(func, opcode, type, match.values);
-        default: break;
+    case FamilyDot:
+        if(match.width > 1) return add_value(func, SpvOpDot, type, match.values);
+        return add_binary_opcode(func, SpvOpFMul, get_target_flags(type), match.values[0], match.values[1]);
+    case FamilyReduce: return (match.width > 1) ? add_value(func, opcode, type, match.values) : match.values[0];
+    case FamilyDerivative:
+        if(execution_model != SpvExecutionModelFragment) Parser::error("instruction is not valid\n");
+        if(call.row.param) add_capability(call.row.param);
+        // Only 32 bits are differentiated.
+        if(match.format & Flag16Bit) {
+            const uint32_t wide = add_cast_opcodes(func, FlagFloat | Flag32Bit, match.values[0]);
+            const uint32_t value = add_value(func, opcode, get_type(wide), {wide});
+            return add_cast_opcodes(func, match.format, value);
+        }
+        return add_value(func, opcode, type, match.values);
+    default: break;
     }
     // Two results in a pair: the sum and the carry, or the two halves of the product.
     const bool carry = (call.row.family == FamilyCarry);

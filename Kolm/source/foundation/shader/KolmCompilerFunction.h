@@ -8,8 +8,8 @@ namespace Kolm {
 
 /// Which code writes the call of a row.
 enum Family : uint32_t {
-    FamilyOp,           // arguments and result by the rules of the row
-    FamilyMatrix,       // external functions of a square matrix
+    FamilyOp,     // arguments and result by the rules of the row
+    FamilyMatrix, // external functions of a square matrix
     FamilyMix,
     FamilyModf,
     FamilyFrexp,
@@ -121,7 +121,7 @@ struct Compiler::Call {
 struct Compiler::Match {
     const char *name = nullptr;
     const char *rules = nullptr;
-    bool formats[4] = {}; // float, signed, unsigned, bool: which have an instruction
+    bool formats[4] = {};    // float, signed, unsigned, bool: which have an instruction
     Flags format = FlagNone; // common format and bits; of the first argument where there is no common type
     uint32_t width = 1;      // common width
     ArrayStack<uint32_t, 8> values;

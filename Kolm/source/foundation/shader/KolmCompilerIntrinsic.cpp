@@ -38,11 +38,11 @@ uint32_t Compiler::add_atomic_call(Call &call) {
     if(call.row.f != SpvOpAtomicLoad) check_write(place);
     if(place.writeonly) Parser::error("can't read from writeonly buffer\n");
     switch(place.storage) {
-        case SpvStorageClassStorageBuffer:
-        case SpvStorageClassWorkgroup:
-        case SpvStorageClassTaskPayloadWorkgroupEXT: break;
-        default:
-            if(place.reference == ~0u) call.invalid();
+    case SpvStorageClassStorageBuffer:
+    case SpvStorageClassWorkgroup:
+    case SpvStorageClassTaskPayloadWorkgroupEXT: break;
+    default:
+        if(place.reference == ~0u) call.invalid();
     }
     const uint32_t type = place.type;
     const Flags flags = get_target_flags(type);
@@ -89,13 +89,11 @@ uint32_t Compiler::add_atomic(Call &call, uint32_t pointer, uint32_t type, uint3
     const uint32_t scope_target = add_constantu32(scope);
     const uint32_t semantics_target = add_constantu32(semantics);
     switch(opcode) {
-        case SpvOpAtomicStore:
-            add_opcode(func, opcode, {pointer, scope_target, semantics_target, values[0]});
-            return ~0u;
-        case SpvOpAtomicCompareExchange:
-            return add_value(func, opcode, type,
-                             {pointer, scope_target, semantics_target, add_constantu32(unequal), values[1], values[0]});
-        default: return add_value(func, opcode, type, {pointer, scope_target, semantics_target}, values);
+    case SpvOpAtomicStore: add_opcode(func, opcode, {pointer, scope_target, semantics_target, values[0]}); return ~0u;
+    case SpvOpAtomicCompareExchange:
+        return add_value(func, opcode, type,
+                         {pointer, scope_target, semantics_target, add_constantu32(unequal), values[1], values[0]});
+    default: return add_value(func, opcode, type, {pointer, scope_target, semantics_target}, values);
     }
 }
 
@@ -114,32 +112,32 @@ uint32_t Compiler::add_subgroup_call(Call &call) {
     ArrayStack<uint32_t, 8> words;
     words.append(scope);
     switch(call.row.family) {
-        case FamilySubgroupMath:
-            words.append(call.row.param);
-            if(call.row.param == SpvGroupOperationClusteredReduce)
-                add_capability(SpvCapabilityGroupNonUniformClustered);
-            else if(call.row.param >= SpvGroupOperationPartitionedReduceNV)
-                add_capability(SpvCapabilityGroupNonUniformPartitionedNV);
-            else
-                add_capability(SpvCapabilityGroupNonUniformArithmetic);
-            break;
-        case FamilySubgroupCount:
-            words.append(call.row.param);
-            add_capability(SpvCapabilityGroupNonUniformBallot);
-            break;
-        case FamilySubgroupSwap:
-            add_capability(SpvCapabilityGroupNonUniformQuad);
-            match.values.append(add_constantu32(call.row.param));
-            break;
-        default:
-            // An index that is not known is allowed from a later version on; a shuffle does the same.
-            if(opcode == SpvOpGroupNonUniformBroadcast && get_constant(match.values[1]) == nullptr) {
-                opcode = SpvOpGroupNonUniformShuffle;
-                add_capability(SpvCapabilityGroupNonUniformShuffle);
-            } else {
-                add_capability(call.row.param);
-            }
-            break;
+    case FamilySubgroupMath:
+        words.append(call.row.param);
+        if(call.row.param == SpvGroupOperationClusteredReduce)
+            add_capability(SpvCapabilityGroupNonUniformClustered);
+        else if(call.row.param >= SpvGroupOperationPartitionedReduceNV)
+            add_capability(SpvCapabilityGroupNonUniformPartitionedNV);
+        else
+            add_capability(SpvCapabilityGroupNonUniformArithmetic);
+        break;
+    case FamilySubgroupCount:
+        words.append(call.row.param);
+        add_capability(SpvCapabilityGroupNonUniformBallot);
+        break;
+    case FamilySubgroupSwap:
+        add_capability(SpvCapabilityGroupNonUniformQuad);
+        match.values.append(add_constantu32(call.row.param));
+        break;
+    default:
+        // An index that is not known is allowed from a later version on; a shuffle does the same.
+        if(opcode == SpvOpGroupNonUniformBroadcast && get_constant(match.values[1]) == nullptr) {
+            opcode = SpvOpGroupNonUniformShuffle;
+            add_capability(SpvCapabilityGroupNonUniformShuffle);
+        } else {
+            add_capability(call.row.param);
+        }
+        break;
     }
     words.append(match.values);
     return add_value(func, opcode, type, words);
@@ -204,46 +202,46 @@ uint32_t Compiler::add_ray_call(Call &call) {
     match.name = call.name();
     match.formats[0] = match.formats[1] = match.formats[2] = true;
     switch(call.row.family) {
-        case FamilyTraceRay: {
-            call.check_count(11);
-            if((get_target_flags(call.args[0].type) & FlagAcceleration) == 0) call.invalid();
-            const uint32_t location = get_constant_argument(call, 10);
-            const uint32_t payload =
-                get_located_pointer(call, location, SpvStorageClassRayPayloadKHR, SpvStorageClassIncomingRayPayloadKHR);
-            for(uint32_t i = 1; i < 10; i++) args.append(Operand(call.args[i]));
-            match.rules = "u32,u32,u32,u32,u32,f32v3,f32,f32v3,f32";
-            if(!match_arguments(match, args, func)) call.invalid();
-            ArrayStack<uint32_t, 12> words;
-            words.append(load(call.args[0], func));
-            words.append(match.values);
-            words.append(payload);
-            add_opcode(func, call.row.f, {}, words);
-            return ~0u;
-        }
-        case FamilyCallable: {
-            call.check_count(2);
-            const uint32_t location = get_constant_argument(call, 1);
-            const uint32_t data = get_located_pointer(call, location, SpvStorageClassCallableDataKHR,
-                                                      SpvStorageClassIncomingCallableDataKHR);
-            const uint32_t type = add_type("u32");
-            const uint32_t index = add_convert_opcodes(func, type, load(call.args[0], func));
-            if(index == ~0u) call.invalid();
-            add_opcode(func, call.row.f, {index, data});
-            return ~0u;
-        }
-        case FamilyReport:
-            if(execution_model != SpvExecutionModelIntersectionKHR) Parser::error("instruction is not valid\n");
-            match_call(call, match);
-            return add_value(func, SpvOpReportIntersectionKHR, add_type("b32"), match.values);
-        default: {
-            call.check_count(1);
-            const uint32_t value = load(call.args[0], func);
-            const Flags flags = get_target_flags(value);
-            const bool wide = (flags & FlagUInt) && (flags & Flag64Bit) && get_type_components(flags) == 1;
-            const bool pair = (flags & FlagUInt) && (flags & Flag32Bit) && get_type_components(flags) == 2;
-            if((!wide && !pair) || (flags & FlagArray)) call.invalid();
-            return add_value(func, call.row.f, add_type("accelerationStructure"), {value});
-        }
+    case FamilyTraceRay: {
+        call.check_count(11);
+        if((get_target_flags(call.args[0].type) & FlagAcceleration) == 0) call.invalid();
+        const uint32_t location = get_constant_argument(call, 10);
+        const uint32_t payload =
+            get_located_pointer(call, location, SpvStorageClassRayPayloadKHR, SpvStorageClassIncomingRayPayloadKHR);
+        for(uint32_t i = 1; i < 10; i++) args.append(Operand(call.args[i]));
+        match.rules = "u32,u32,u32,u32,u32,f32v3,f32,f32v3,f32";
+        if(!match_arguments(match, args, func)) call.invalid();
+        ArrayStack<uint32_t, 12> words;
+        words.append(load(call.args[0], func));
+        words.append(match.values);
+        words.append(payload);
+        add_opcode(func, call.row.f, {}, words);
+        return ~0u;
+    }
+    case FamilyCallable: {
+        call.check_count(2);
+        const uint32_t location = get_constant_argument(call, 1);
+        const uint32_t data =
+            get_located_pointer(call, location, SpvStorageClassCallableDataKHR, SpvStorageClassIncomingCallableDataKHR);
+        const uint32_t type = add_type("u32");
+        const uint32_t index = add_convert_opcodes(func, type, load(call.args[0], func));
+        if(index == ~0u) call.invalid();
+        add_opcode(func, call.row.f, {index, data});
+        return ~0u;
+    }
+    case FamilyReport:
+        if(execution_model != SpvExecutionModelIntersectionKHR) Parser::error("instruction is not valid\n");
+        match_call(call, match);
+        return add_value(func, SpvOpReportIntersectionKHR, add_type("b32"), match.values);
+    default: {
+        call.check_count(1);
+        const uint32_t value = load(call.args[0], func);
+        const Flags flags = get_target_flags(value);
+        const bool wide = (flags & FlagUInt) && (flags & Flag64Bit) && get_type_components(flags) == 1;
+        const bool pair = (flags & FlagUInt) && (flags & Flag32Bit) && get_type_components(flags) == 2;
+        if((!wide && !pair) || (flags & FlagArray)) call.invalid();
+        return add_value(func, call.row.f, add_type("accelerationStructure"), {value});
+    }
     }
 }
 
@@ -318,8 +316,7 @@ uint32_t Compiler::add_coop_call(Call &call) {
         }
         if(matrices[2]->type.size() && matrices[2]->type[0] == 'i') operands |= 8;
         const uint32_t type = get_type(values[2]);
-        if(operands)
-            return add_value(func, call.row.f, type, {values[0], values[1], values[2], operands});
+        if(operands) return add_value(func, call.row.f, type, {values[0], values[1], values[2], operands});
         return add_value(func, call.row.f, type, {values[0], values[1], values[2]});
     }
     // matrix, array in memory, first element, elements from row to row, layout

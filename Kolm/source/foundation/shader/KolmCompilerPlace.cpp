@@ -62,11 +62,11 @@ bool Compiler::parse_variable(const String &name, Operand &operand, Scope *scope
     operand.storage = root->storage;
     operand.variable = root->index;
     switch(root->storage) {
-        case SpvStorageClassUniformConstant:
-        case SpvStorageClassInput:
-        case SpvStorageClassUniform:
-        case SpvStorageClassPushConstant: operand.constant = true; break;
-        default: break;
+    case SpvStorageClassUniformConstant:
+    case SpvStorageClassInput:
+    case SpvStorageClassUniform:
+    case SpvStorageClassPushConstant: operand.constant = true; break;
+    default: break;
     }
     return true;
 }
@@ -176,8 +176,7 @@ void Compiler::parse_length(const char *&, Operand &operand, Function &func) {
             return;
         }
         // A runtime array is the last member of its block: the block's pointer and the member's number are asked for.
-        if(operand.pointer == ~0u || operand.num_indices == 0)
-            Parser::error("can't address reference\n");
+        if(operand.pointer == ~0u || operand.num_indices == 0) Parser::error("can't address reference\n");
         Operand block = operand;
         const Constant *member = get_constant(operand.indices[operand.num_indices - 1]);
         block.num_indices--;
@@ -191,8 +190,8 @@ void Compiler::parse_length(const char *&, Operand &operand, Function &func) {
         return;
     }
     if(tensors.get(type)) {
-        const uint32_t value = add_value(func, SpvOpCooperativeMatrixLengthKHR,
-                                         add_type(FlagUInt | Flag32Bit | FlagScalar), {type});
+        const uint32_t value =
+            add_value(func, SpvOpCooperativeMatrixLengthKHR, add_type(FlagUInt | Flag32Bit | FlagScalar), {type});
         operand = get_operand(add_cast_opcodes(func, FlagSInt | Flag32Bit, value));
         return;
     }
@@ -280,28 +279,28 @@ void Compiler::add_resource_index(Operand &operand, uint32_t index) {
     uint32_t different = ~0u;
     const Flags flags = get_target_flags(get_target_type(operand.root));
     switch(operand.storage) {
-        case SpvStorageClassUniform:
-            dynamic = SpvCapabilityUniformBufferArrayDynamicIndexing;
-            different = SpvCapabilityUniformBufferArrayNonUniformIndexing;
-            break;
-        case SpvStorageClassStorageBuffer:
-            dynamic = SpvCapabilityStorageBufferArrayDynamicIndexing;
-            different = SpvCapabilityStorageBufferArrayNonUniformIndexing;
-            break;
-        case SpvStorageClassUniformConstant:
-            if((flags & FlagImageBuffer) && (flags & (FlagImageTexture | FlagSampledImage))) {
-                different = SpvCapabilityUniformTexelBufferArrayNonUniformIndexing;
-            } else if(flags & FlagImageBuffer) {
-                different = SpvCapabilityStorageTexelBufferArrayNonUniformIndexing;
-            } else if((flags & FlagImage) && (flags & (FlagImageTexture | FlagSampledImage)) == 0) {
-                dynamic = SpvCapabilityStorageImageArrayDynamicIndexing;
-                different = SpvCapabilityStorageImageArrayNonUniformIndexing;
-            } else {
-                dynamic = SpvCapabilitySampledImageArrayDynamicIndexing;
-                different = SpvCapabilitySampledImageArrayNonUniformIndexing;
-            }
-            break;
-        default: return;
+    case SpvStorageClassUniform:
+        dynamic = SpvCapabilityUniformBufferArrayDynamicIndexing;
+        different = SpvCapabilityUniformBufferArrayNonUniformIndexing;
+        break;
+    case SpvStorageClassStorageBuffer:
+        dynamic = SpvCapabilityStorageBufferArrayDynamicIndexing;
+        different = SpvCapabilityStorageBufferArrayNonUniformIndexing;
+        break;
+    case SpvStorageClassUniformConstant:
+        if((flags & FlagImageBuffer) && (flags & (FlagImageTexture | FlagSampledImage))) {
+            different = SpvCapabilityUniformTexelBufferArrayNonUniformIndexing;
+        } else if(flags & FlagImageBuffer) {
+            different = SpvCapabilityStorageTexelBufferArrayNonUniformIndexing;
+        } else if((flags & FlagImage) && (flags & (FlagImageTexture | FlagSampledImage)) == 0) {
+            dynamic = SpvCapabilityStorageImageArrayDynamicIndexing;
+            different = SpvCapabilityStorageImageArrayNonUniformIndexing;
+        } else {
+            dynamic = SpvCapabilitySampledImageArrayDynamicIndexing;
+            different = SpvCapabilitySampledImageArrayNonUniformIndexing;
+        }
+        break;
+    default: return;
     }
     if(dynamic != ~0u) add_capability(dynamic);
     if(!nonuniform) return;
@@ -355,8 +354,8 @@ void Compiler::check_write(const Operand &operand) {
 
 void Compiler::store(const Operand &operand, uint32_t value, Function &func) {
     const uint32_t type = get_operand_type(operand);
-    const uint32_t result = is_opaque_type(type) && tensors.get(type) == nullptr ? ~0u
-                                                                            : add_convert_opcodes(func, type, value);
+    const uint32_t result =
+        is_opaque_type(type) && tensors.get(type) == nullptr ? ~0u : add_convert_opcodes(func, type, value);
     if(result == ~0u || !operand.place())
         Parser::error("can't assign %s to %s\n", get_target_type_name(value).get(), get_target_type_name(type).get());
     value = result;

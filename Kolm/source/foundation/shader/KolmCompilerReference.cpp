@@ -165,8 +165,8 @@ uint32_t Compiler::compose_reference(uint32_t type, const Operand &operand, uint
         for(uint32_t i = 0; i < count; i++) {
             if(structure) {
                 Variable &member = variables[get_target_structure(type).variables[i]];
-                values.append(compose_reference(add_variable_type(member), operand,
-                                                offset + get_reference_offset(member), func));
+                values.append(
+                    compose_reference(add_variable_type(member), operand, offset + get_reference_offset(member), func));
             } else {
                 const uint32_t part = get_target_type(type);
                 values.append(compose_reference(part, operand, offset + i * get_reference_stride(type), func));
@@ -207,7 +207,8 @@ void Compiler::decompose_reference(uint32_t type, uint32_t value, const Operand 
                 decompose_reference(add_variable_type(member), part, operand, offset + get_reference_offset(member),
                                     func);
             } else {
-                decompose_reference(get_target_type(type), part, operand, offset + i * get_reference_stride(type), func);
+                decompose_reference(get_target_type(type), part, operand, offset + i * get_reference_stride(type),
+                                    func);
             }
         }
         return;

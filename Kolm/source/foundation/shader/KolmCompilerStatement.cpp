@@ -18,11 +18,11 @@ const struct FlowControl {
     const char *keyword;
     uint32_t control;
 } flow_controls[] = {
-    {"loop", "for", SpvLoopControlDontUnroll},      {"loop", "while", SpvLoopControlDontUnroll},
-    {"loop", "do", SpvLoopControlDontUnroll},       {"unroll", "for", SpvLoopControlUnroll},
-    {"unroll", "while", SpvLoopControlUnroll},      {"unroll", "do", SpvLoopControlUnroll},
+    {"loop", "for", SpvLoopControlDontUnroll},        {"loop", "while", SpvLoopControlDontUnroll},
+    {"loop", "do", SpvLoopControlDontUnroll},         {"unroll", "for", SpvLoopControlUnroll},
+    {"unroll", "while", SpvLoopControlUnroll},        {"unroll", "do", SpvLoopControlUnroll},
     {"branch", "if", SpvSelectionControlDontFlatten}, {"branch", "switch", SpvSelectionControlDontFlatten},
-    {"flatten", "if", SpvSelectionControlFlatten},  {"flatten", "switch", SpvSelectionControlFlatten},
+    {"flatten", "if", SpvSelectionControlFlatten},    {"flatten", "switch", SpvSelectionControlFlatten},
 };
 
 void expect(const char *&s, char symbol) {
@@ -151,8 +151,7 @@ bool Compiler::parse_keyword(const char *&s, const String &name, Function &func,
     } else if(name == "break" || name == "continue") {
         const bool leave = (name == "break");
         Array<uint32_t> *list = leave ? (func.breaks ? func.breaks : func.switches) : func.continues;
-        if(list == nullptr)
-            Parser::error(leave ? "break not in the loop or switch\n" : "continue not in the loop\n");
+        if(list == nullptr) Parser::error(leave ? "break not in the loop or switch\n" : "continue not in the loop\n");
         expect(s, ';');
         add_branch(func);
         list->append(func.opcodes.size() - 1);

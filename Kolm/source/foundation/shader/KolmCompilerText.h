@@ -11,18 +11,10 @@ namespace Kolm {
 
 namespace Text {
 
-inline bool is_blank(char c) {
-    return c == ' ' || c == '\n' || c == '\t' || c == '\r' || c == '\v' || c == '\f';
-}
-inline bool is_digit(char c) {
-    return c >= '0' && c <= '9';
-}
-inline bool is_letter(char c) {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_';
-}
-inline bool is_word(char c) {
-    return is_letter(c) || is_digit(c);
-}
+inline bool is_blank(char c) { return c == ' ' || c == '\n' || c == '\t' || c == '\r' || c == '\v' || c == '\f'; }
+inline bool is_digit(char c) { return c >= '0' && c <= '9'; }
+inline bool is_letter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_'; }
+inline bool is_word(char c) { return is_letter(c) || is_digit(c); }
 
 /// Moves behind white space and comments.
 inline void skip_blank(const char *&s) {

@@ -137,8 +137,10 @@ uint32_t Compiler::add_texture_call(Call &call) {
         dx = add_coordinates(call, next++, dimensions, f32);
         dy = add_coordinates(call, next++, dimensions, f32);
     }
-    if(fetch && multisample) sample = add_coordinates(call, next++, 1, i32);
-    else if(fetch && !buffer) lod = add_coordinates(call, next++, 1, i32);
+    if(fetch && multisample)
+        sample = add_coordinates(call, next++, 1, i32);
+    else if(fetch && !buffer)
+        lod = add_coordinates(call, next++, 1, i32);
     if(form & TextureOffset) offset = add_coordinates(call, next++, dimensions, i32);
     if(form & TextureOffsets) {
         // Four offsets, which are constant.
@@ -290,14 +292,14 @@ uint32_t Compiler::add_query_image_call(Call &call) {
         call.check_count(2);
         if((flags & FlagSampledImage) == 0) call.invalid();
         if(execution_model != SpvExecutionModelFragment) Parser::error("instruction is not valid\n");
-        const uint32_t coordinates =
-            add_coordinates(call, 1, get_image_dimensions(flags), FlagFloat | Flag32Bit);
+        const uint32_t coordinates = add_coordinates(call, 1, get_image_dimensions(flags), FlagFloat | Flag32Bit);
         return add_value(func, SpvOpImageQueryLod, add_type("f32v2"), {image, coordinates});
     }
     if(flags & FlagSampledImage) image = add_value(func, SpvOpImage, get_target_type(get_type(image)), {image});
     if(family == FamilyImageSamples) {
         call.check_count(1);
-        if(!multisample) Parser::error("%s is not a multisample texture\n", get_target_type_name(call.args[0].type).get());
+        if(!multisample)
+            Parser::error("%s is not a multisample texture\n", get_target_type_name(call.args[0].type).get());
         return add_value(func, SpvOpImageQuerySamples, add_type("i32"), {image});
     }
     if(family == FamilyTextureLevels) {
@@ -332,11 +334,10 @@ uint32_t Compiler::add_image_atomic_call(Call &call) {
     const Flags i32 = FlagSInt | Flag32Bit;
     uint32_t next = 1;
     const uint32_t coordinates = add_coordinates(call, next++, size, i32);
-    const uint32_t sample =
-        (flags & FlagImageMultisample) ? add_coordinates(call, next++, 1, i32) : add_constantu32(0);
+    const uint32_t sample = (flags & FlagImageMultisample) ? add_coordinates(call, next++, 1, i32) : add_constantu32(0);
     const uint32_t type = add_type(get_vector_flags(flags, 1));
-    const uint32_t pointer = add_value(func, SpvOpImageTexelPointer, add_pointer(type, 11),
-                                       {get_pointer(place, func), coordinates, sample});
+    const uint32_t pointer =
+        add_value(func, SpvOpImageTexelPointer, add_pointer(type, 11), {get_pointer(place, func), coordinates, sample});
     return add_atomic(call, pointer, type, next);
 }
 
