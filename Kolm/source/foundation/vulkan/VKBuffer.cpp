@@ -116,8 +116,7 @@ bool VKBuffer::create_buffer(Flags flags, size_t size) {
     auto info = vk_record<VkBufferCreateInfo>(VK_STRUCTURE_TYPE_BUFFER_CREATE_INFO);
     info.size = size;
     info.usage = get_usage_flags(flags);
-    if(flags & FlagSparse)
-        info.flags |= VK_BUFFER_CREATE_SPARSE_BINDING_BIT | VK_BUFFER_CREATE_SPARSE_RESIDENCY_BIT;
+    if(flags & FlagSparse) info.flags |= VK_BUFFER_CREATE_SPARSE_BINDING_BIT | VK_BUFFER_CREATE_SPARSE_RESIDENCY_BIT;
     auto external = vk_record<VkExternalMemoryBufferCreateInfo>(VK_STRUCTURE_TYPE_EXTERNAL_MEMORY_BUFFER_CREATE_INFO);
     if(flags & FlagShared) external.handleTypes |= VK_EXTERNAL_MEMORY_HANDLE_TYPE_HOST_ALLOCATION_BIT_EXT;
     if(flags & FlagInterop) external.handleTypes |= VK_EXTERNAL_MEMORY_HANDLE_TYPE_OPAQUE_FD_BIT;
@@ -158,16 +157,15 @@ bool VKBuffer::create_memory(const void *next) {
         requirements.alignment = max(requirements.alignment, VkDeviceSize(alignment));
     }
     if(shared_ptr) {
-        auto properties = vk_record<VkMemoryHostPointerPropertiesEXT>(VK_STRUCTURE_TYPE_MEMORY_HOST_POINTER_PROPERTIES_EXT);
-        if(VK::error(vkGetMemoryHostPointerPropertiesEXT(adapter->getDevice(),
-                                                         VK_EXTERNAL_MEMORY_HANDLE_TYPE_HOST_ALLOCATION_BIT_EXT,
-                                                         shared_ptr, &properties)))
+        auto properties =
+            vk_record<VkMemoryHostPointerPropertiesEXT>(VK_STRUCTURE_TYPE_MEMORY_HOST_POINTER_PROPERTIES_EXT);
+        if(VK::error(vkGetMemoryHostPointerPropertiesEXT(
+               adapter->getDevice(), VK_EXTERNAL_MEMORY_HANDLE_TYPE_HOST_ALLOCATION_BIT_EXT, shared_ptr, &properties)))
             return false;
         requirements.memoryTypeBits &= properties.memoryTypeBits;
         requirements.size = shared_size;
     }
-    buffer_memory =
-        adapter->allocateMemory(requirements, get_memory_properties(buffer_flags), shared_ptr, next);
+    buffer_memory = adapter->allocateMemory(requirements, get_memory_properties(buffer_flags), shared_ptr, next);
     return bool(buffer_memory);
 }
 

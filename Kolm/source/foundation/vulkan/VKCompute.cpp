@@ -53,6 +53,7 @@ void VKCompute::notify(VKContext::Event event) {
         break;
     }
     if(event == VKContext::EventCommand) return;
+    num_written = 0;
     buffer_descriptor = VK_NULL_HANDLE;
     texel_descriptor = VK_NULL_HANDLE;
     update_mask = UpdateAll;
@@ -150,6 +151,33 @@ void VKCompute::update_barriers(bool has_indirect) {
         uses.buffers[i]->setBufferAccess(barriers, context, uses.access[i], false, stages);
     }
     context->barrier(barriers);
+}
+
+// Transient storage that dispatches write: in the order of the calls, since no call names it.
+void VKCompute::update_transients() {
+    if(num_written) {
+        VKContext::Barriers barriers;
+        for(uint32_t i = 0; i < num_written; i++) {
+            VkBufferMemoryBarrier &barrier = barriers.buffers[barriers.num_buffers++];
+            barrier = vk_record<VkBufferMemoryBarrier>(VK_STRUCTURE_TYPE_BUFFER_MEMORY_BARRIER);
+            barrier.srcAccessMask = VK_ACCESS_SHADER_WRITE_BIT;
+            barrier.dstAccessMask = VK_ACCESS_SHADER_READ_BIT | VK_ACCESS_SHADER_WRITE_BIT | VK_ACCESS_UNIFORM_READ_BIT;
+            barrier.srcQueueFamilyIndex = VK_QUEUE_FAMILY_IGNORED;
+            barrier.dstQueueFamilyIndex = VK_QUEUE_FAMILY_IGNORED;
+            barrier.buffer = written[i];
+            barrier.size = VK_WHOLE_SIZE;
+        }
+        barriers.src_stages = barriers.dest_stages = VK_PIPELINE_STAGE_COMPUTE_SHADER_BIT;
+        context->barrier(barriers);
+        num_written = 0;
+    }
+    for(uint32_t i = 0; i < kernel->getNumStorages(); i++) {
+        if(storages[i].handle == 0 || (kernel->getStorageFlags(i) & Kernel::BindFlagRead)) continue;
+        const VkBuffer buffer = reinterpret_cast<VkBuffer>(storages[i].handle);
+        uint32_t j = 0;
+        while(j < num_written && written[j] != buffer) j++;
+        if(j == num_written) written[num_written++] = buffer;
+    }
 }
 
 VkBuffer VKCompute::get_buffer(const Slot &slot) const {
@@ -256,7 +284,8 @@ bool VKCompute::bind_descriptors() {
         return true;
     };
     const bool uniforms_first = (kernel->getUniformOffset() < kernel->getStorageOffset() || !kernel->getNumStorages());
-    const bool status = uniforms_first ? append_uniforms() && append_storages() : append_storages() && append_uniforms();
+    const bool status =
+        uniforms_first ? append_uniforms() && append_storages() : append_storages() && append_uniforms();
     if(!status) return false;
     adapter->vkCmdBindDescriptorSets(context->getCommand(), VK_PIPELINE_BIND_POINT_COMPUTE,
                                      vk_kernel->getPipelineLayout(), 0, num_sets, sets, num_offsets, offsets);
@@ -270,6 +299,7 @@ bool VKCompute::update(bool has_indirect) {
     }
     update_command();
     update_barriers(has_indirect);
+    update_transients();
     if(update_mask == 0) return true;
 
     // Offsets of slots that are not dynamic are part of the descriptor.

@@ -58,6 +58,7 @@ private:
     bool update(bool has_indirect);
     void update_command();
     void update_barriers(bool has_indirect);
+    void update_transients();
     bool update_buffers();
     bool update_texels();
     bool bind_descriptors();
@@ -72,6 +73,10 @@ private:
     VkDescriptorSet buffer_descriptor = VK_NULL_HANDLE;
     VkDescriptorSet texel_descriptor = VK_NULL_HANDLE;
     uint64_t num_descriptors = 0;
+
+    // Transient buffers that a dispatch wrote since the last barrier over them. Nobody else can ask for one.
+    uint32_t num_written = 0;
+    VkBuffer written[Kernel::NumStorages] = {};
 
     // The condition under way, recorded anew in each command buffer.
     VKBuffer *conditional_buffer = nullptr;
