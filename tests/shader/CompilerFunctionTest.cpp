@@ -165,7 +165,7 @@ TEST(CompilerFunction, textures) {
                           "layout(binding = 14) uniform texture2DMS xm; layout(binding = 15) uniform textureCubeArray xka;"
                           "layout(binding = 16) uniform sampler smp; layout(binding = 17) uniform samplerShadow cmp;"
                           "layout(binding = 18) uniform sampler2DArrayShadow as; layout(binding = 19) uniform samplerCubeShadow kk;"
-                          "layout(binding = 20) uniform sampler2D list[4];";
+                          "layout(binding = 20) uniform sampler2D list[4]; layout(binding = 21) uniform texture2DMSArray xma;";
     static const char *const bodies[] = {
         "c = texture(t, p) + texture(t, p, 1.0) + texture(a, q) + texture(k, q) + texture(v, q) + texture(ka, q.xyzx);",
         "c.x = texture(s, q) + texture(as, q.xyzx) + texture(kk, q.xyzx) + texture(ks, q.xyzx, 0.5);",
@@ -184,6 +184,7 @@ TEST(CompilerFunction, textures) {
         "int n = textureSamples(m) + textureQueryLevels(t); vec2 l = textureQueryLod(t, p);",
         "c = texture(sampler2D(x, smp), p) + texture(sampler3D(xv, smp), q) + texture(samplerCube(xk, smp), q);",
         "c = texture(sampler2DArray(xa, smp), q) + texture(samplerCubeArray(xka, smp), q.xyzx) + texelFetch(sampler2DMS(xm, smp), ivec2(p), 0);",
+        "c = texelFetch(sampler2DMSArray(xma, smp), ivec3(q), 1);",
         "c.x = texture(sampler2DShadow(x, cmp), q) + texture(samplerCubeShadow(xk, cmp), q.xyzx);",
         "c.x = texture(sampler2DArrayShadow(xa, cmp), q.xyzx) + texture(samplerCubeArrayShadow(xka, cmp), q.xyzx, 0.5);",
         "int i = int(p.x); c = texture(list[1], p) + texture(list[i], p) + texture(list[nonuniformEXT(i)], p);",
