@@ -149,6 +149,10 @@ void VKContext::removeListener(Listener *listener) {
 void VKContext::notify(Event event) {
     for(Listener *listener = listeners; listener; listener = listener->next_listener) listener->notify(event);
     if(event != EventCommand) return;
+    // Read buffers are mapped after a wait and without any command of their own.
+    if(primary)
+        barrier(VK_PIPELINE_STAGE_ALL_COMMANDS_BIT, VK_PIPELINE_STAGE_HOST_BIT, VK_ACCESS_MEMORY_WRITE_BIT,
+                VK_ACCESS_HOST_READ_BIT);
     flush_transients();
     epoch++;
 }
