@@ -166,7 +166,10 @@ void VKCompute::update_barriers(bool has_indirect) {
         uses.append(cast<VKBuffer>(indirect.buffer), VK_ACCESS_INDIRECT_COMMAND_READ_BIT);
 
     bool changed = false;
-    for(uint32_t i = 0; i < uses.num; i++) changed |= (uses.buffers[i]->getBufferAccess() != uses.access[i]);
+    for(uint32_t i = 0; i < uses.num; i++) {
+        uses.buffers[i]->setUsed(context);
+        changed |= (uses.buffers[i]->getBufferAccess() != uses.access[i]);
+    }
     if(!changed) return;
     VKContext::Barriers barriers;
     for(uint32_t i = 0; i < uses.num; i++) {
