@@ -124,7 +124,7 @@ void Compiler::parse_member(const char *&s, Operand &operand, Function &func) {
         if(member.decorations.has(SpvDecorationNonReadable)) operand.writeonly = true;
         add_index(operand, add_constanti32(int32_t(member.member)), type, func);
     } else {
-        operand = get_operand(add_extract_opcode(func, load(operand, func), member.member));
+        operand = get_operand(add_part(load(operand, func), member.member, func));
     }
 }
 
@@ -235,7 +235,7 @@ void Compiler::parse_index(const char *&s, Operand &operand, Function &func, Sco
         add_resource_index(operand, index);
         add_index(operand, index, element, func);
     } else if(constant) {
-        operand = get_operand(add_extract_opcode(func, operand.target, uint32_t(constant->getu64())));
+        operand = get_operand(add_part(operand.target, uint32_t(constant->getu64()), func));
     } else if((flags & (FlagArray | FlagMatrix)) == 0) {
         operand = get_operand(add_value(func, SpvOpVectorExtractDynamic, element, {operand.target, index}));
     } else {
@@ -243,6 +243,27 @@ void Compiler::parse_index(const char *&s, Operand &operand, Function &func, Sco
         operand.constant = true;
         add_index(operand, index, element, func);
     }
+}
+
+// An element or a member of a value; of a constant it is a constant.
+uint32_t Compiler::add_part(uint32_t value, uint32_t index, Function &func) {
+    const uint32_t type = get_type(value);
+    const Constant *constant = get_constant(value);
+    if(constant == nullptr) return add_extract_opcode(func, value, index);
+    uint32_t part = get_target_type(type);
+    uint64_t offset = 0;
+    if((get_target_flags(type) & (FlagStructure | FlagArray)) == FlagStructure) {
+        const Structure &structure = get_target_structure(type);
+        for(uint32_t i = 0; i < index; i++)
+            offset += get_type_scalars(add_variable_type(variables[structure.variables[i]]));
+        part = add_variable_type(variables[structure.variables[index]]);
+    } else {
+        offset = get_type_scalars(part) * index;
+    }
+    Constant result(get_target_flags(part));
+    const uint64_t count = get_type_scalars(part);
+    for(uint64_t i = 0; i < count; i++) result.values.append(Constant::Value(constant->values[uint32_t(offset + i)]));
+    return add_constant(part, result);
 }
 
 // An index that is known must lie within the type.

@@ -238,10 +238,11 @@ bool VKKernel::create_layouts() {
     VkDescriptorSetLayout layouts[VKLayouts::MaxSets];
     num_set_layouts = 0;
     for(uint32_t i = 0; i < NumSets; i++) {
-        if(kinds[i].count == 0) continue;
-        set_layouts[i] = (this->*kinds[i].get_layout)();
+        const auto &kind = kinds[i];
+        if(kind.count == 0) continue;
+        set_layouts[i] = (this->*kind.get_layout)();
         if(set_layouts[i] == VK_NULL_HANDLE) {
-            Log::print(Log::Error, kinds[i].message);
+            Log::print(Log::Error, kind.message);
             return false;
         }
         set_indices[i] = num_set_layouts;
