@@ -16,13 +16,13 @@ float escape(vec2 z) {
     for(uint i = 0u; i < STEPS; i++) {
         z = vec2(z.x * z.x - z.y * z.y, 2.0 * z.x * z.y) + constant;
         float d = dot(z, z);
-        if(d > 256.0) return float(i) + 1.0 - log2(log2(d) * 0.5);
+        if(d > 256.0) return max(float(i) + 4.0 - log2(log2(d) * 0.5), 0.01);
     }
     return 0.0;
 }
 
 vec3 palette(float t) {
-    return vec3(0.5) + vec3(0.5, 0.45, 0.4) * cos(6.2831853 * (vec3(0.02, 0.026, 0.034) * t + vec3(0.55, 0.62, 0.7)));
+    return vec3(0.5) + vec3(0.5, 0.45, 0.4) * cos(6.2831853 * (vec3(0.02, 0.026, 0.034) * t + vec3(0.5, 0.56, 0.62)));
 }
 
 void main() {

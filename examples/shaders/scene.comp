@@ -100,10 +100,10 @@ float occlusion(vec3 p, vec3 n) {
 vec3 sky(vec3 direction) { return mix(vec3(0.80, 0.86, 0.92), vec3(0.25, 0.42, 0.68), clamp(direction.y * 1.4, 0.0, 1.0)); }
 
 vec3 albedo(uint material, vec3 p) {
-    if(material == MaterialMetal) return vec3(0.85, 0.62, 0.28);
-    if(material == MaterialClay) return vec3(0.72, 0.25, 0.18);
+    if(material == MaterialMetal) return vec3(0.72, 0.42, 0.12);
+    if(material == MaterialClay) return vec3(0.55, 0.11, 0.07);
     ivec2 tile = ivec2(floor(p.xz * 1.25));
-    return ((tile.x + tile.y) & 1) == 0 ? vec3(0.42) : vec3(0.62);
+    return ((tile.x + tile.y) & 1) == 0 ? vec3(0.12, 0.13, 0.15) : vec3(0.38);
 }
 
 vec3 shade(vec3 origin, vec3 direction) {
@@ -147,6 +147,7 @@ void main() {
         color += shade(eye, camera * normalize(vec3(p.x, -p.y, 2.2)));
     }
     color *= 0.25;
-    color = color / (color + vec3(0.6)) * 1.45;
+    // Highlights roll off instead of clipping.
+    color = color * (color * 0.25 + 0.8) / (color * (color * 0.25 + 0.55) + 0.5);
     pixels[id.y * width + id.x] = packUnorm4x8(vec4(pow(clamp(color, vec3(0.0), vec3(1.0)), vec3(1.0 / 1.8)), 1.0));
 }

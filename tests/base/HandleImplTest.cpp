@@ -215,7 +215,8 @@ TEST_F(HandleImplTest, moves_leave_nothing_behind) {
     EXPECT_EQ(root.getValue(), 7);
     Node c;
     c.setValue(1);
-    c = std::move(c);
+    Node &self = c;
+    c = std::move(self);
     EXPECT_TRUE(c);
     Node d = c;
     c = std::move(d); // one object: both stay

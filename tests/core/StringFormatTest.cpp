@@ -15,8 +15,10 @@ using namespace Kolm;
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
 #pragma GCC diagnostic ignored "-Wformat-security"
 #pragma GCC diagnostic ignored "-Wformat-extra-args"
+#ifndef __clang__
 #pragma GCC diagnostic ignored "-Wformat-truncation"
 #pragma GCC diagnostic ignored "-Wformat-overflow"
+#endif
 
 static std::string text(const String &str) { return std::string(str.get(), str.size()); }
 

@@ -161,6 +161,35 @@ TEST(StringNumber, floats_read_back_bit_for_bit) {
     }
 }
 
+TEST(StringNumber, floats_near_the_middle) {
+    std::mt19937_64 random(13);
+    // Any digits with any power: the products that come close to the middle are among them.
+    for(uint32_t i = 0; i < 300000; i++) {
+        const std::string digits = std::to_string(random() >> (random() % 60));
+        check_float<float64_t>(digits + "e" + std::to_string(int32_t(random() % 670) - 350), String::tof64);
+        check_float<float32_t>(digits + "e" + std::to_string(int32_t(random() % 110) - 65), String::tof32);
+    }
+    // The exact middle of two neighbours, which the wider type holds, and the numbers just above and below it.
+    if(std::numeric_limits<long double>::digits < 64) GTEST_SKIP() << "long double is no wider than double";
+    char middle[2000];
+    for(uint32_t i = 0; i < 20000; i++) {
+        const uint64_t bits = random() & 0x7FFFFFFFFFFFFFFF;
+        float64_t value = 0.0;
+        memcpy(&value, &bits, 8);
+        const float64_t next = std::nextafter(value, INFINITY);
+        if(!std::isfinite(next)) continue;
+        const int size = snprintf(middle, sizeof(middle), "%.1100Le", ((long double)value + (long double)next) / 2.0L);
+        const std::string text(middle, size_t(size));
+        check_float<float64_t>(text, String::tof64);
+        const size_t e = text.find('e');
+        check_float<float64_t>(text.substr(0, e) + "1" + text.substr(e), String::tof64);
+        std::string below = text.substr(0, e); // the last digit that isn't zero, less one
+        size_t last = below.find_last_not_of("0.");
+        below[last]--;
+        check_float<float64_t>(below.substr(0, last + 1) + "9" + text.substr(e), String::tof64);
+    }
+}
+
 TEST(StringNumber, float_texts) {
     static const struct {
         const char *src;

@@ -1,8 +1,13 @@
 #include "KolmSHA1.h"
 
+// Clang knows the digest instructions of Arm only where the whole build may use them.
+#if defined(__aarch64__) && (!defined(__clang__) || defined(__ARM_FEATURE_SHA2))
+#define KOLM_SHA1_ARM
+#endif
+
 #if defined(__x86_64__)
 #include <immintrin.h>
-#elif defined(__aarch64__)
+#elif defined(KOLM_SHA1_ARM)
 #include <arm_neon.h>
 #include <sys/auxv.h>
 #endif
@@ -104,7 +109,7 @@ bool has_native() {
     return (b >> 29 & 1) && __builtin_cpu_supports("sse4.1");
 }
 
-#elif defined(__aarch64__)
+#elif defined(KOLM_SHA1_ARM)
 
 __attribute__((target("+crypto"))) void add_blocks_native(uint32_t *state, const uint8_t *src, size_t num) {
     static constexpr uint32_t constants[4] = {0x5A827999, 0x6ED9EBA1, 0x8F1BBCDC, 0xCA62C1D6};

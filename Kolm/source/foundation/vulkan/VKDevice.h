@@ -46,7 +46,7 @@ public:
     Buffer *createBuffer() override;
     using Device::createShader;
     Shader *createShader() override;
-    Kernel *createKernel(const Kernel *kernel) override;
+    Kernel *createKernel(const Kernel *kernel = nullptr) override;
     void releaseKernel(Kernel *kernel) override;
     Compute *createCompute() override;
 
@@ -73,7 +73,7 @@ public:
     bool signalVKFence(VkFence fence) { return context->flush(false, fence); }
 
     bool execute(Device *device) override;
-    bool flip(Fence *fence) override;
+    bool flip(Fence *fence = nullptr) override;
     bool flush() override;
     bool finish() override;
     bool check() override;

@@ -57,6 +57,12 @@ public:
     /// Reports leaked memory and destroys the device, which is idle.
     void release();
     bool isCreated() const { return is_created; }
+    /// Whether the device is the caller's.
+    bool isOutside() const { return !is_owner; }
+
+    /// Counts contexts. A caller's device is let go with the last of them: it may be destroyed from then on.
+    void retainContext() { num_contexts++; }
+    void releaseContext();
 
     uint32_t getIndex() const { return adapter_index; }
     VkPhysicalDevice getAdapter() const { return adapters[0]; }
@@ -84,7 +90,7 @@ public:
     const VkPhysicalDeviceLimits &getLimits() const { return adapter_properties->properties.limits; }
     const VkPhysicalDeviceFeatures &getFeatures() const { return adapter_properties->features; }
     const VkPhysicalDeviceMemoryProperties &getMemoryProperties() const { return adapter_properties->memory; }
-#define VK_FEATURES(NAME, RECORD, TYPE, CONDITION)                                                                     \
+#define VK_FEATURES(NAME, RECORD, TYPE, CONDITION) \
     const RECORD &get##NAME() const { return adapter_properties->member##NAME; }
 #define VK_PROPERTIES(NAME, RECORD, TYPE, CONDITION) VK_FEATURES(NAME, RECORD, TYPE, CONDITION)
 #include "VKFeatures.inc"
@@ -214,7 +220,7 @@ private:
 
     bool is_created = false;
     volatile bool is_lost = false; // set by any thread that submits or waits
-    bool is_owner = true; // the device is destroyed with the adapter
+    bool is_owner = true;          // the device is destroyed with the adapter
     uint32_t adapter_count = 0;
     uint32_t adapter_index = 0;
     uint32_t api_version = 0;
@@ -227,6 +233,7 @@ private:
     QueueLock queue_locks[16];
     uint32_t num_queue_locks = 0;
 
+    Atomici32 num_contexts;
     Atomici32 num_allocations;
     Atomici32 total_allocations;
     HeapMemory small_memory[VK_MAX_MEMORY_TYPES];
