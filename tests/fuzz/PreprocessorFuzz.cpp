@@ -1,4 +1,4 @@
-// Fuzz entry of the preprocessor. Build all with `clang++ -fsanitize=fuzzer,address,undefined`.
+// Fuzz entry of the preprocessor.
 //
 // The input is a text; what stands behind each zero byte in it is the text of the include "0", "1" and so on.
 

@@ -124,6 +124,7 @@ const struct {
     {"pragmas leave no trace", "a\n#pragma export(\"x, y\", z)\nb\n", "a\nb\n"},
     {"end without line feed", "#define A 1\nA", "1"},
     {"empty", "", ""},
+    {"byte order mark", "\xEF\xBB\xBF#define A 1\nA", "1"},
 };
 
 TEST(Preprocessor, corpus) {

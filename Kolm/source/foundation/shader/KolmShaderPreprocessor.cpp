@@ -55,7 +55,7 @@ Directive find_directive(const char *name, uint32_t length) {
 
 struct ShaderPreprocessor : NoCopy {
     ShaderPreprocessor(const char *src, String &dest, Shader::State &state, bool expand)
-        : src(src), dest(dest), state(state), expand(expand), s(src), run(src), source(state.sources.size()),
+        : src(src), dest(dest), state(state), expand(expand), s(skip_mark(src)), run(s), source(state.sources.size()),
           start(dest.size()) {
         Shader::Source &entry = state.sources.append();
         entry = Shader::Source();
@@ -116,6 +116,9 @@ struct ShaderPreprocessor : NoCopy {
     }
 
 private:
+    // A text may begin with a byte order mark.
+    static const char *skip_mark(const char *text) { return strncmp(text, "\xEF\xBB\xBF", 3) ? text : text + 3; }
+
     // -- Text -------------------------------------------------------------------------------------------------------
 
     void flush() {

@@ -116,7 +116,7 @@ inline void trim(String &dest) {
     if(size != dest.size()) dest.removeBack(dest.size() - size);
 }
 
-/// The whole of a stream as text, without byte order mark. False for a text that is too long or has a zero byte.
+/// The whole of a stream as text. False for a text that is too long or has a zero byte.
 inline bool read_text(Stream &stream, String &text, uint32_t max_size) {
     constexpr uint32_t chunk_size = 65536;
     uint32_t size = 0;
@@ -130,7 +130,6 @@ inline bool read_text(Stream &stream, String &text, uint32_t max_size) {
         if(size > max_size) return false;
     }
     text.resize(size);
-    if(text.begins("\xEF\xBB\xBF")) text.remove(0, 3);
     return true;
 }
 
