@@ -13,7 +13,7 @@
 namespace Ostrevan {
 
 /// Pixels of a 2D, 3D or cube image with layers and mipmaps. One image belongs to one caller at a time.
-/// Bad data and images that an operation does not take are logged, and give false or an image that is not loaded.
+/// Bad data and images that an operation does not take are logged, and give false or an empty handle.
 /// Copies of the handle share the pixels; clonePtr() copies them. The operators compare handles, compare() contents.
 ///
 /// Layout of the pixels, from outermost to innermost: layer, face, mipmap, depth slice, row, pixel or block.
@@ -52,7 +52,7 @@ public:
     };
 
     Image();
-    /// Loads a file. The image is not loaded if that fails.
+    /// Loads a file, or describes an image as create() does. The handle is empty if that fails.
     explicit Image(const char *name, Flags flags = FlagNone, uint32_t offset = 0);
     explicit Image(Stream &stream, Flags flags = FlagNone, uint32_t offset = 0);
     Image(Type type, Format format, const Size &size, Flags flags = FlagNone);

@@ -8,12 +8,25 @@ namespace Ostrevan {
 
 OSTREVAN_HANDLE_SOURCE(Image, Copyable)
 
+namespace {
+
+// A failed operation gives an empty handle.
+Image get_result(Kolm::Image &&image) { return image.isLoaded() ? TS<Image>(image) : Image(); }
+
+} // namespace
+
 Image::Image() : Image(VoidImpl()) {}
-Image::Image(const char *name, Flags flags, uint32_t offset) : Image() { load(name, flags, offset); }
-Image::Image(Stream &stream, Flags flags, uint32_t offset) : Image() { load(stream, flags, offset); }
-Image::Image(Type type, Format format, const Size &size, Flags flags) : Image() { create(type, format, size, flags); }
+Image::Image(const char *name, Flags flags, uint32_t offset) : Image() {
+    if(!load(name, flags, offset)) clearPtr();
+}
+Image::Image(Stream &stream, Flags flags, uint32_t offset) : Image() {
+    if(!load(stream, flags, offset)) clearPtr();
+}
+Image::Image(Type type, Format format, const Size &size, Flags flags) : Image() {
+    if(!create(type, format, size, flags)) clearPtr();
+}
 Image::Image(Type type, Format format, const Size &size, uint32_t layers, Flags flags) : Image() {
-    create(type, format, size, layers, flags);
+    if(!create(type, format, size, layers, flags)) clearPtr();
 }
 
 void Image::clear() { impl().ref().clear(); }
@@ -178,16 +191,16 @@ bool Image::flipY(const Region &region, const Slice &slice) {
     return impl().ref().flipY(getCore(region), getCore(slice));
 }
 
-Image Image::getSlice(const Slice &slice) const { return TS<Image>(impl().ref().getSlice(getCore(slice))); }
+Image Image::getSlice(const Slice &slice) const { return get_result(impl().ref().getSlice(getCore(slice))); }
 Image Image::getRegion(const Region &region, const Slice &slice) const {
-    return TS<Image>(impl().ref().getRegion(getCore(region), getCore(slice)));
+    return get_result(impl().ref().getRegion(getCore(region), getCore(slice)));
 }
-Image Image::getComponent(uint32_t index) const { return TS<Image>(impl().ref().getComponent(index)); }
+Image Image::getComponent(uint32_t index) const { return get_result(impl().ref().getComponent(index)); }
 Image Image::getRotated(int32_t turns, const Slice &slice) const {
-    return TS<Image>(impl().ref().getRotated(turns, getCore(slice)));
+    return get_result(impl().ref().getRotated(turns, getCore(slice)));
 }
 Image Image::toFormat(Format format, Flags flags) const {
-    return TS<Image>(impl().ref().toFormat(getCore(format), getCore(flags)));
+    return get_result(impl().ref().toFormat(getCore(format), getCore(flags)));
 }
 
 int32_t Image::compare(const Image &image) const { return impl().ref().compare(image.impl().ref()); }

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "ChildProcess.h"
@@ -153,6 +154,45 @@ TEST_F(DeviceTest, runs_glsl_on_buffers) {
     ASSERT_TRUE(device.getBuffer(buffer, result.data()));
     for(uint32_t i = 0; i < size; i++) ASSERT_EQ(result[i], (values[i] * 5 + i) * 7 + i) << i;
     EXPECT_TRUE(device.finish() && context.finish() && device.check());
+}
+
+// Each device has a queue's context of its own: they record and wait on their own threads.
+TEST_F(DeviceTest, sub_devices_work_on_threads) {
+    std::vector<Device> devices;
+    devices.push_back(device.createDevice(device.getIndex()));
+    devices.push_back(device.createComputeDevice(2));
+    devices.push_back(Device(Surface(context)));
+    uint32_t good[3] = {};
+    std::vector<std::thread> threads;
+    for(uint32_t n = 0; n < devices.size(); n++) {
+        ASSERT_TRUE(devices[n]) << n;
+        threads.emplace_back([&devices, &good, n] {
+            Device &sub = devices[n];
+            Kernel kernel = sub.createKernel();
+            kernel.setUniforms(1).setStorages(1).setStorageOffset(1);
+            if(!kernel.createShaderGLSL(scale_source, "GROUP_SIZE=32u") || !kernel.create()) return;
+            std::vector<uint32_t> values(100 + n, n), result(100 + n);
+            Buffer buffer =
+                sub.createBuffer(Buffer::FlagStorage | Buffer::FlagSource, values.data(), values.size() * 4);
+            const uint32_t parameters[] = {uint32_t(values.size()), 3};
+            for(uint32_t frame = 0; frame < 8; frame++) {
+                {
+                    Compute compute = sub.createCompute();
+                    compute.setKernel(kernel);
+                    compute.setUniform(0, parameters);
+                    compute.setStorageBuffer(0, buffer);
+                    compute.dispatch(uint32_t(values.size()));
+                    compute.barrier(buffer);
+                }
+                if(!sub.flip()) return;
+                for(uint32_t i = 0; i < values.size(); i++) values[i] = values[i] * 3 + i;
+            }
+            if(!sub.getBuffer(buffer, result.data())) return;
+            good[n] = (result == values);
+        });
+    }
+    for(std::thread &thread : threads) thread.join();
+    for(uint32_t n = 0; n < 3; n++) EXPECT_TRUE(good[n]) << n;
 }
 
 TEST_F(DeviceTest, copies_clears_and_maps) {

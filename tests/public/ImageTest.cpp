@@ -7,6 +7,7 @@
 #include <string>
 
 #include <core/OstrevanBlob.h>
+#include <core/OstrevanLog.h>
 #include <core/OstrevanString.h>
 #include <format/OstrevanImage.h>
 #include <math/OstrevanFloat.h>
@@ -63,6 +64,18 @@ TEST(PublicImage, operations) {
     Color color;
     EXPECT_TRUE(color.setHTML("#ff8000") && color.getRGBAu8() == 0xFF0080FF);
     EXPECT_EQ(float16_t(1.0f).bits, 0x3C00);
+}
+
+TEST(PublicImage, failures_give_empty_handles) {
+    Log::setCallback([](Log::Level, size_t, const char *, void *) { return true; });
+    EXPECT_FALSE(Image("no/such/file.png"));
+    EXPECT_FALSE(make_ramp(4, 4).toFormat(FormatBC7RGBAu8n));
+    EXPECT_FALSE(make_ramp(4, 4).getRegion(Region(2, 2, 3, 3)));
+    EXPECT_FALSE(Image(Image::Type2D, FormatRGBAu8n, Size(0xFFFFFFFF, 0xFFFFFFFF)));
+    Image image = make_ramp(4, 4);
+    EXPECT_FALSE(image.load("no/such/file.png"));
+    EXPECT_FALSE(image.isLoaded());
+    Log::setCallback(nullptr);
 }
 
 TEST(PublicImage, files) {

@@ -14,6 +14,7 @@
 #include "KolmLog.h"
 #include "VKCompute.h"
 #include "VKDevice.h"
+#include "VKOffscreen.h"
 
 class GpuTest : public testing::Test {
 public:
@@ -44,6 +45,8 @@ protected:
                            Kolm::Kernel::BindFlags flags = Kolm::Kernel::BindFlagNone);
     /// The same with words of SPIR-V.
     KernelPtr createKernel(const std::vector<uint32_t> &words, uint32_t uniforms, uint32_t storages);
+    /// Words of a compute shader by the library's own compiler, validated; empty after a failure of the test.
+    static std::vector<uint32_t> compile(const std::string &src);
     /// Words of a compute shader by the reference compiler; empty and a failure of the test if it refuses the text.
     static std::vector<uint32_t> compileReference(const std::string &src);
     ComputePtr createCompute() { return ComputePtr(device->createCompute()); }

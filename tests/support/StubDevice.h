@@ -11,6 +11,7 @@
 
 #include "KolmComputeRecorder.h"
 #include "KolmDevice.h"
+#include "KolmLog.h"
 #include "KolmOffscreen.h"
 #include "KolmSurface.h"
 

@@ -16,8 +16,8 @@ TEST(VKAdapterChoice, default_adapter) {
         std::vector<uint32_t> vendors;
         uint32_t index;
     } rows[] = {
-        {{0x8086, 0x1002, 0x10DE}, 2}, {{0x8086, 0x1002}, 1}, {{0x8086}, 0},
-        {{0x10005}, 0},                {{0x10DE, 0x10DE}, 0}, {{0x1002, 0x8086, 0x1002}, 0},
+        {{0x8086, 0x1002, 0x10DE}, 2}, {{0x8086, 0x1002}, 1},         {{0x8086}, 0}, {{0x10005}, 0},
+        {{0x10DE, 0x10DE}, 0},         {{0x1002, 0x8086, 0x1002}, 0},
     };
     for(const auto &row : rows)
         EXPECT_EQ(VK::selectAdapter(row.vendors.data(), uint32_t(row.vendors.size())), row.index);
@@ -73,7 +73,7 @@ TEST(VKAdapterChoice, atoms) {
         uint64_t offset, size, atom, limit;
         uint64_t expected_offset, expected_size;
     } rows[] = {
-        {0, 64, 64, 1024, 0, 64},   {1, 1, 64, 1024, 0, 64},     {63, 2, 64, 1024, 0, 128},
+        {0, 64, 64, 1024, 0, 64},   {1, 1, 64, 1024, 0, 64},       {63, 2, 64, 1024, 0, 128},
         {64, 64, 64, 1024, 64, 64}, {1000, 20, 64, 1020, 960, 60}, {5, 7, 1, 100, 5, 7},
     };
     for(const auto &row : rows) {
@@ -255,8 +255,9 @@ TEST_F(ContextVKTest, command_devices) {
 TEST_F(ContextVKTest, outside_device) {
     // The device that this test made is the outside one.
     VKOffscreen wrapped;
-    ASSERT_TRUE(wrapped.create(VK::getInstance(), PFN_vkGetInstanceProcAddr(VK::getProcAddress("vkGetInstanceProcAddr")),
-                               getAdapter()->getAdapter(), getAdapter()->getDevice(), getAdapter()->graphics_family, 0));
+    ASSERT_TRUE(
+        wrapped.create(VK::getInstance(), PFN_vkGetInstanceProcAddr(VK::getProcAddress("vkGetInstanceProcAddr")),
+                       getAdapter()->getAdapter(), getAdapter()->getDevice(), getAdapter()->graphics_family, 0));
     VKDevice other(&wrapped);
     EXPECT_NE(other.getIndex(), device->getIndex());
     BufferPtr buffer(other.createBuffer(Buffer::FlagSource, 64));

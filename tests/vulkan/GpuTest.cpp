@@ -1,12 +1,13 @@
 #include "GpuTest.h"
 
-#include <fstream>
-#include <iterator>
 #include <stdlib.h>
 #include <sys/utsname.h>
 #include <unistd.h>
 
 #include "KolmAllocator.h"
+#include "KolmShaderCompiler.h"
+#include "ReferenceCompiler.h"
+#include "SpirvModule.h"
 #include "VKOffscreen.h"
 
 using namespace Kolm;
@@ -92,7 +93,7 @@ GpuTest::KernelPtr GpuTest::createKernel(const std::string &src, uint32_t unifor
     KernelPtr kernel(device->createKernel(nullptr));
     kernel->setUniforms(uniforms, flags);
     kernel->setStorages(storages, flags).setStorageOffset(uniforms);
-    if(getenv("VK_TMP_GLSLANG")) return createKernel(compileReference(src), uniforms, storages);
+    compile(src); // for the validator; the kernel's shader compiles it again, with the macros of the device
     if(kernel->createShaderGLSL(src.c_str()) && kernel->create()) return kernel;
     ADD_FAILURE() << "can't create kernel of\n" << src;
     return nullptr;
@@ -108,25 +109,20 @@ GpuTest::KernelPtr GpuTest::createKernel(const std::vector<uint32_t> &words, uin
     return nullptr;
 }
 
+std::vector<uint32_t> GpuTest::compile(const std::string &src) {
+    ShaderCompiler compiler;
+    if(!compiler.createGLSL(Shader::TypeCompute, src.c_str())) {
+        ADD_FAILURE() << "can't compile\n" << src;
+        return {};
+    }
+    const Array<uint32_t> &opcodes = compiler.getOpcodes();
+    EXPECT_TRUE(SpirvModule(opcodes.get(), opcodes.size()).validate()) << src;
+    return std::vector<uint32_t>(opcodes.get(), opcodes.get() + opcodes.size());
+}
+
 std::vector<uint32_t> GpuTest::compileReference(const std::string &src) {
-    char folder[] = "/tmp/ostrevan_XXXXXX";
-    if(mkdtemp(folder) == nullptr) return {};
-    const std::string path = folder;
-    std::ofstream(path + "/shader.comp") << src;
-    const std::string command =
-        "glslangValidator -V --target-env vulkan1.1 --quiet -o " + path + "/shader.spv " + path + "/shader.comp";
-    std::vector<uint32_t> words;
-    if(system((command + " > " + path + "/log 2>&1").c_str()) == 0) {
-        std::ifstream file(path + "/shader.spv", std::ios::binary);
-        const std::string bytes((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
-        words.resize(bytes.size() / sizeof(uint32_t));
-        memcpy(words.data(), bytes.data(), words.size() * sizeof(uint32_t));
-    }
-    if(words.empty()) {
-        std::ifstream log(path + "/log");
-        ADD_FAILURE() << "the reference compiler refuses\n" << src << log.rdbuf();
-    }
-    for(const char *name : {"/shader.comp", "/shader.spv", "/log"}) unlink((path + name).c_str());
-    rmdir(folder);
+    static ReferenceCompiler compiler;
+    const std::vector<uint32_t> words = compiler.compile(Shader::TypeCompute, src.c_str());
+    if(words.empty()) ADD_FAILURE() << "the reference compiler refuses\n" << src << compiler.message;
     return words;
 }

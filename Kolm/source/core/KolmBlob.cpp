@@ -258,6 +258,19 @@ bool Blob::flush() {
     return true;
 }
 
+uint8_t *Blob::mapWrite(size_t size) {
+    KOLM_ASSERT(isOpened() && "Blob::mapWrite(): is not opened");
+    if(impl->rest() || size > SIZE_MAX - impl->length || !reserve(impl->length + size)) return nullptr;
+    return impl->ptr;
+}
+
+void Blob::commitWrite(size_t size) {
+    KOLM_ASSERT(isOpened() && "Blob::commitWrite(): is not opened");
+    KOLM_ASSERT(size <= impl->capacity - impl->length && "Blob::commitWrite(): invalid size");
+    impl->length += size;
+    impl->ptr = impl->data + impl->length;
+}
+
 bool Blob::read_encoded(uint64_t &value, uint32_t max) {
     KOLM_ASSERT(isOpened() && "Blob::read(): is not opened");
     uint8_t *ptr = impl->ptr;

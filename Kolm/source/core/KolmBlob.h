@@ -41,6 +41,8 @@ public:
     size_t read(void *dest, size_t size) override;
     size_t write(const void *src, size_t size) override;
     bool flush() override;
+    uint8_t *mapWrite(size_t size) override;
+    void commitWrite(size_t size) override;
 
     /// Frees the memory. clear() keeps it and only drops the content. shrink() fits it to the content.
     void release();

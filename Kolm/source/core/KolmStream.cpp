@@ -78,6 +78,10 @@ String Stream::gets(bool *status) {
     return ret;
 }
 
+uint8_t *Stream::mapWrite(size_t) { return nullptr; }
+
+void Stream::commitWrite(size_t) { KOLM_ASSERT(0 && "Stream::commitWrite(): is not mapped"); }
+
 // encoded integers
 
 bool Stream::read_encoded(uint64_t &value, uint32_t max) {

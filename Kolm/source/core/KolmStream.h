@@ -179,6 +179,14 @@ public:
         return encodeLz4(src, size, status, Lz4LevelBest);
     }
 
+    // writing in place, for decoders
+
+    /// Room for \p size bytes behind the content of a stream in memory whose position is at its end. Null for others,
+    /// and when memory runs out. Good until the next operation.
+    virtual uint8_t *mapWrite(size_t size);
+    /// Makes \p size bytes of that room content, and moves behind them.
+    virtual void commitWrite(size_t size);
+
 protected:
     static constexpr size_t chunk_size = 0x10000; // step by which data of a promised size is read
 

@@ -29,15 +29,24 @@ size_t compress_lz4(StreamBuffer &dest, const void *src, size_t size, int32_t le
     return (code > 0) ? static_cast<size_t>(code) : 0;
 }
 
-// Decoded bytes on their way to a stream: the last 64 KiB always stay, for matches to refer to.
-class Lz4Window : private NoCopy {
+// Decoded bytes on their way to a stream. A stream in memory gives room in its own memory, and nothing is copied. For
+// others this holds a window, of which the last 64 KiB always stay for matches to refer to.
+class Lz4Output : private NoCopy {
 public:
     static constexpr size_t window_size = 0x10000;
     static constexpr size_t flush_size = 0x40000;
     static constexpr size_t slack = 64; // copies may write this far behind the end
 
-    explicit Lz4Window(Stream &dest) : dest(dest) {}
-    bool create() { return buffer.create(flush_size + window_size + slack); }
+    explicit Lz4Output(Stream &dest) : dest(dest) {}
+
+    // Without memory there is no room: the first bytes then fail to be written.
+    bool create() {
+        data = dest.mapWrite(flush_size + window_size + slack);
+        is_mapped = (data != nullptr);
+        if(!is_mapped && buffer.create(flush_size + window_size + slack)) data = buffer.get();
+        limit = flush_size;
+        return data != nullptr;
+    }
 
     size_t size() const { return length; }
     size_t getWritten() const { return written; }
@@ -45,7 +54,7 @@ public:
     bool append(const uint8_t *src, size_t size) {
         while(size) {
             const size_t num = min(size, window_size);
-            memcpy(buffer.get() + length, src, num);
+            memcpy(data + length, src, num);
             if(!advance(num)) return false;
             src += num;
             size -= num;
@@ -56,7 +65,7 @@ public:
     // A short sequence: up to 14 literals, of which 16 bytes can be read, and a match of up to 18 bytes that lies at
     // least 8 bytes back. Both may write into the slack; what passed the end is written again by what follows.
     bool appendShort(const uint8_t *src, size_t size, size_t offset, size_t match) {
-        uint8_t *ptr = buffer.get() + length;
+        uint8_t *ptr = data + length;
         memcpy(ptr, src, 16);
         ptr += size;
         memcpy(ptr, ptr - offset, 8);
@@ -68,15 +77,14 @@ public:
     bool repeat(size_t offset, size_t size) {
         while(size) {
             const size_t num = min(size, window_size);
-            uint8_t *ptr = buffer.get() + length;
-            copy_match(ptr, offset, num);
+            copy_match(data + length, offset, num);
             if(!advance(num)) return false;
             size -= num;
         }
         return true;
     }
 
-    bool flush() { return write(length); }
+    bool flush() { return is_mapped ? commit() : write(length); }
 
 private:
     static void copy_match(uint8_t *ptr, size_t offset, size_t size) {
@@ -100,20 +108,37 @@ private:
 
     bool advance(size_t size) {
         length += size;
-        return length <= flush_size || write(length - window_size);
+        return KOLM_LIKELY(length <= limit) || make_room();
+    }
+    bool make_room() {
+        if(!is_mapped) return write(length - window_size);
+        commit();
+        uint8_t *end = dest.mapWrite(flush_size + window_size + slack);
+        if(end == nullptr) return false;
+        data = end - length;
+        limit = length + flush_size;
+        return true;
+    }
+    bool commit() {
+        dest.commitWrite(length - written);
+        written = length;
+        return true;
     }
     bool write(size_t size) {
-        if(dest.write(buffer.get(), size) != size) return false;
+        if(dest.write(data, size) != size) return false;
         written += size;
         length -= size;
-        memmove(buffer.get(), buffer.get() + size, length);
+        memmove(data, data + size, length);
         return true;
     }
 
     Stream &dest;
     StreamBuffer buffer;
-    size_t length = 0;  // bytes in the buffer
-    size_t written = 0; // bytes that left it
+    uint8_t *data = nullptr; // first byte that is kept
+    size_t length = 0;       // bytes that are kept
+    size_t limit = 0;        // length from which room must be made
+    size_t written = 0;      // bytes that the stream has
+    bool is_mapped = false;  // `data` is memory of the stream
 };
 
 // Adds the bytes that extend a length of 15. False at the end of the input.
@@ -198,8 +223,8 @@ size_t Stream::decodeLz4(Stream &src, size_t size, bool *status) {
     const char *const decompress_error = "Stream::decodeLz4(): can't decompress stream\n";
     const char *const write_error = "Stream::decodeLz4(): can't write stream\n";
     const char *error = nullptr;
-    Lz4Window window(*this);
-    if(!window.create()) error = decompress_error;
+    Lz4Output output(*this);
+    if(!output.create()) error = write_error;
 
     const uint8_t *ptr = input.get();
     const uint8_t *const end = ptr + input.size();
@@ -214,8 +239,8 @@ size_t Stream::decodeLz4(Stream &src, size_t size, bool *status) {
         if(token < 0xF0 && (token & 15) < 15 && end - ptr >= 18) {
             // The common case, with nothing that could pass an end.
             const size_t offset = size_t(ptr[length]) | size_t(ptr[length + 1]) << 8;
-            if(KOLM_LIKELY(offset >= 8 && offset <= window.size() + length)) {
-                if(!window.appendShort(ptr, length, offset, (token & 15) + 4)) error = write_error;
+            if(KOLM_LIKELY(offset >= 8 && offset <= output.size() + length)) {
+                if(!output.appendShort(ptr, length, offset, (token & 15) + 4)) error = write_error;
                 ptr += length + 2;
                 continue;
             }
@@ -224,7 +249,7 @@ size_t Stream::decodeLz4(Stream &src, size_t size, bool *status) {
             error = decompress_error;
             break;
         }
-        if(!window.append(ptr, length)) error = write_error;
+        if(!output.append(ptr, length)) error = write_error;
         ptr += length;
         if(ptr == end || error) break;
 
@@ -235,19 +260,19 @@ size_t Stream::decodeLz4(Stream &src, size_t size, bool *status) {
         const size_t offset = size_t(ptr[0]) | size_t(ptr[1]) << 8;
         ptr += 2;
         length = token & 15;
-        if((length == 15 && !read_length(ptr, end, length)) || offset == 0 || offset > window.size()) {
+        if((length == 15 && !read_length(ptr, end, length)) || offset == 0 || offset > output.size()) {
             error = decompress_error;
             break;
         }
-        if(!window.repeat(offset, length + 4)) error = write_error;
+        if(!output.repeat(offset, length + 4)) error = write_error;
     }
-    if(error == nullptr && !window.flush()) error = write_error;
+    if(error == nullptr && !output.flush()) error = write_error;
 
     if(error) {
         Log::print(Log::Error, error);
         if(status) *status = false;
     }
-    return window.getWritten();
+    return output.getWritten();
 }
 
 } // namespace Kolm

@@ -193,7 +193,9 @@ void convert_table(Dst *dst, const uint8_t *src, size_t size, uint32_t component
 
 // Integer to a wider or narrower integer that is normalised: the ends of the range map to the ends.
 template<class Dst, class Src> Dst convert_norm(Src v) {
-    if constexpr(sizeof(Dst) > sizeof(Src))
+    if constexpr(sizeof(Dst) == 2 && sizeof(Src) == 1)
+        return Dst(v | (v << 8));
+    else if constexpr(sizeof(Dst) > sizeof(Src))
         return Dst(v * Dst(top_value<Dst> / top_value<Src>));
     else
         return Dst(v / (top_value<Src> / top_value<Dst>));
@@ -220,7 +222,7 @@ void convert_integers(Dst *dst, Format dst_format, const Src *src, Format src_fo
                 convert_norm<Dst, Src>);
         }
     } else if(isNormFormat(dst_format)) {
-        convert_all(dst, src, size, convert_norm<Dst, Src>);
+        convert_all(dst, src, size, [](Src v) { return convert_norm<Dst, Src>(v); });
     } else {
         convert_all(dst, src, size, [](Src v) { return Dst(v); });
     }

@@ -1,6 +1,6 @@
 // KolmComputeRecorder.h: what every backend's compute recorder has in common.
 // Rests on Kernel and Buffer. Holds the bound kernel and its slots, tests every call before anything reaches an API,
-// and tells the backend which groups of slots changed. A backend translates seven calls.
+// and tells the backend which groups of slots changed. A backend translates ten calls.
 
 #pragma once
 

@@ -749,6 +749,7 @@ private:
     void add_swizzle(const String &name, Operand &operand, Function &func);
     void add_index(Operand &operand, uint32_t index, uint32_t type, Function &func);
     void check_index(uint32_t type, uint32_t index);
+    uint32_t add_part(uint32_t value, uint32_t index, Function &func);
     /// Makes the pointer to the place, so that no index is evaluated again.
     void fix_pointer(Operand &operand, Function &func);
     void add_resource_index(Operand &operand, uint32_t index);

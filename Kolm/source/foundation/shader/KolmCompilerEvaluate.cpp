@@ -200,6 +200,14 @@ bool Compiler::parse_literal(const char *&s, Constant &constant) {
     const char *digits = s;
     p += length;
     if(Text::is_word(*p)) return false;
+    const bool octal = !hexadecimal && !(flags & FlagFloat) && *digits == '0' && Text::is_digit(digits[1]);
+    if(octal) {
+        mantissa = 0;
+        for(; Text::is_digit(*digits); digits++) {
+            if(*digits > '7') return false;
+            mantissa = mantissa * 8 + uint32_t(*digits - '0');
+        }
+    }
     s = p;
 
     constant.flags = flags | FlagScalar;
@@ -209,13 +217,6 @@ bool Compiler::parse_literal(const char *&s, Constant &constant) {
                                             : scale_decimal(mantissa, exponent);
         constant.setf64(0, value);
         return true;
-    }
-    if(!hexadecimal && *digits == '0' && Text::is_digit(digits[1])) {
-        mantissa = 0;
-        for(; Text::is_digit(*digits); digits++) {
-            if(*digits > '7') return false;
-            mantissa = mantissa * 8 + uint32_t(*digits - '0');
-        }
     }
     constant.setu64(0, mantissa);
     return true;

@@ -124,7 +124,7 @@ void Compiler::parse_member(const char *&s, Operand &operand, Function &func) {
         if(member.decorations.has(SpvDecorationNonReadable)) operand.writeonly = true;
         add_index(operand, add_constanti32(int32_t(member.member)), type, func);
     } else {
-        operand = get_operand(add_extract_opcode(func, load(operand, func), member.member));
+        operand = get_operand(add_part(load(operand, func), member.member, func));
     }
 }
 
@@ -149,7 +149,9 @@ void Compiler::add_swizzle(const String &name, Operand &operand, Function &func)
     }
     const uint32_t size = name.size();
     const bool vector = get_type_width(get_target_flags(operand.type)) > 1;
-    if(operand.pointer != ~0u && vector && size == 1) {
+    // One component of a local vector is read from the whole of it, which an inlined function can do without memory.
+    const bool local = (operand.storage == SpvStorageClassFunction && operand.num_indices == 0);
+    if(operand.pointer != ~0u && vector && size == 1 && !local) {
         operand.num_swizzle = 0;
         add_index(operand, add_constanti32(components[0]), get_target_type(operand.type), func);
     } else if(operand.reference != ~0u && vector && size == 1) {
@@ -235,7 +237,7 @@ void Compiler::parse_index(const char *&s, Operand &operand, Function &func, Sco
         add_resource_index(operand, index);
         add_index(operand, index, element, func);
     } else if(constant) {
-        operand = get_operand(add_extract_opcode(func, operand.target, uint32_t(constant->getu64())));
+        operand = get_operand(add_part(operand.target, uint32_t(constant->getu64()), func));
     } else if((flags & (FlagArray | FlagMatrix)) == 0) {
         operand = get_operand(add_value(func, SpvOpVectorExtractDynamic, element, {operand.target, index}));
     } else {
@@ -243,6 +245,27 @@ void Compiler::parse_index(const char *&s, Operand &operand, Function &func, Sco
         operand.constant = true;
         add_index(operand, index, element, func);
     }
+}
+
+// An element or a member of a value; of a constant it is a constant.
+uint32_t Compiler::add_part(uint32_t value, uint32_t index, Function &func) {
+    const uint32_t type = get_type(value);
+    const Constant *constant = get_constant(value);
+    if(constant == nullptr) return add_extract_opcode(func, value, index);
+    uint32_t part = get_target_type(type);
+    uint64_t offset = 0;
+    if((get_target_flags(type) & (FlagStructure | FlagArray)) == FlagStructure) {
+        const Structure &structure = get_target_structure(type);
+        for(uint32_t i = 0; i < index; i++)
+            offset += get_type_scalars(add_variable_type(variables[structure.variables[i]]));
+        part = add_variable_type(variables[structure.variables[index]]);
+    } else {
+        offset = get_type_scalars(part) * index;
+    }
+    Constant result(get_target_flags(part));
+    const uint64_t count = get_type_scalars(part);
+    for(uint64_t i = 0; i < count; i++) result.values.append(Constant::Value(constant->values[uint32_t(offset + i)]));
+    return add_constant(part, result);
 }
 
 // An index that is known must lie within the type.
@@ -324,6 +347,10 @@ uint32_t Compiler::get_pointer(const Operand &operand, Function &func) {
 }
 
 void Compiler::fix_pointer(Operand &operand, Function &func) {
+    if(operand.pointer != ~0u && operand.num_swizzle == 1) {
+        operand.num_swizzle = 0;
+        add_index(operand, add_constanti32(operand.swizzle[0]), get_target_type(operand.type), func);
+    }
     if(operand.pointer == ~0u || operand.num_indices == 0) return;
     operand.pointer = get_pointer(operand, func);
     operand.root = operand.type;
@@ -363,6 +390,11 @@ void Compiler::store(const Operand &operand, uint32_t value, Function &func) {
     if(operand.num_swizzle) {
         // The whole vector is written back, with its new components taken from behind the old ones.
         Operand whole = operand;
+        if(operand.num_swizzle == 1 && operand.pointer != ~0u) {
+            fix_pointer(whole, func);
+            add_store(func, whole.pointer, value);
+            return;
+        }
         whole.num_swizzle = 0;
         whole.writeonly = false;
         fix_pointer(whole, func);

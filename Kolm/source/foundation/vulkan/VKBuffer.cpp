@@ -37,7 +37,9 @@ void VKBuffer::destroy() {
     buffer_view = VK_NULL_HANDLE;
     buffer_access = 0;
     buffer_stages = 0;
-    fresh = true;
+    used_context = nullptr;
+    used_epoch = 0;
+    used_outside = false;
     written_begin = written_end = 0;
     buffer_address = 0;
     shared_ptr = nullptr;
@@ -116,8 +118,7 @@ bool VKBuffer::create_buffer(Flags flags, size_t size) {
     auto info = vk_record<VkBufferCreateInfo>(VK_STRUCTURE_TYPE_BUFFER_CREATE_INFO);
     info.size = size;
     info.usage = get_usage_flags(flags);
-    if(flags & FlagSparse)
-        info.flags |= VK_BUFFER_CREATE_SPARSE_BINDING_BIT | VK_BUFFER_CREATE_SPARSE_RESIDENCY_BIT;
+    if(flags & FlagSparse) info.flags |= VK_BUFFER_CREATE_SPARSE_BINDING_BIT | VK_BUFFER_CREATE_SPARSE_RESIDENCY_BIT;
     auto external = vk_record<VkExternalMemoryBufferCreateInfo>(VK_STRUCTURE_TYPE_EXTERNAL_MEMORY_BUFFER_CREATE_INFO);
     if(flags & FlagShared) external.handleTypes |= VK_EXTERNAL_MEMORY_HANDLE_TYPE_HOST_ALLOCATION_BIT_EXT;
     if(flags & FlagInterop) external.handleTypes |= VK_EXTERNAL_MEMORY_HANDLE_TYPE_OPAQUE_FD_BIT;
@@ -158,16 +159,15 @@ bool VKBuffer::create_memory(const void *next) {
         requirements.alignment = max(requirements.alignment, VkDeviceSize(alignment));
     }
     if(shared_ptr) {
-        auto properties = vk_record<VkMemoryHostPointerPropertiesEXT>(VK_STRUCTURE_TYPE_MEMORY_HOST_POINTER_PROPERTIES_EXT);
-        if(VK::error(vkGetMemoryHostPointerPropertiesEXT(adapter->getDevice(),
-                                                         VK_EXTERNAL_MEMORY_HANDLE_TYPE_HOST_ALLOCATION_BIT_EXT,
-                                                         shared_ptr, &properties)))
+        auto properties =
+            vk_record<VkMemoryHostPointerPropertiesEXT>(VK_STRUCTURE_TYPE_MEMORY_HOST_POINTER_PROPERTIES_EXT);
+        if(VK::error(vkGetMemoryHostPointerPropertiesEXT(
+               adapter->getDevice(), VK_EXTERNAL_MEMORY_HANDLE_TYPE_HOST_ALLOCATION_BIT_EXT, shared_ptr, &properties)))
             return false;
         requirements.memoryTypeBits &= properties.memoryTypeBits;
         requirements.size = shared_size;
     }
-    buffer_memory =
-        adapter->allocateMemory(requirements, get_memory_properties(buffer_flags), shared_ptr, next);
+    buffer_memory = adapter->allocateMemory(requirements, get_memory_properties(buffer_flags), shared_ptr, next);
     return bool(buffer_memory);
 }
 
@@ -286,7 +286,7 @@ bool VKBuffer::create(Flags flags, size_t size, VkBuffer handle, VkAccessFlags a
     buffer = handle;
     buffer_access = access;
     buffer_stages = context->getStages(access);
-    fresh = false;
+    used_outside = true;
     return true;
 }
 
@@ -321,7 +321,7 @@ bool VKBuffer::create(Buffer *src) {
         clear();
         return false;
     }
-    fresh = false;
+    used_outside = true;
     if(create_objects()) return true;
     clear();
     return false;
@@ -329,6 +329,7 @@ bool VKBuffer::create(Buffer *src) {
 
 void VKBuffer::setBufferAccess(VKContext::Barriers &barriers, VKContext *ctx, VkAccessFlags access, bool force,
                                VkPipelineStageFlags stages) {
+    setUsed(ctx);
     if(access == buffer_access && !force) return;
     if(barriers.num_buffers == VKContext::MaxBarriers) ctx->barrier(barriers);
     const VkPipelineStageFlags dest_stages = stages ? stages : ctx->getStages(access);
@@ -348,10 +349,10 @@ void VKBuffer::setBufferAccess(VKContext::Barriers &barriers, VKContext *ctx, Vk
     buffer_access = access;
     buffer_stages = dest_stages;
     written_begin = written_end = 0;
-    fresh = false;
 }
 
 void VKBuffer::setBufferAccess(VKContext *ctx, VkAccessFlags access, bool force, VkPipelineStageFlags stages) {
+    setUsed(ctx);
     if(access == buffer_access && !force) return;
     VKContext::Barriers barriers;
     setBufferAccess(barriers, ctx, access, force, stages);
@@ -361,7 +362,12 @@ void VKBuffer::setBufferAccess(VKContext *ctx, VkAccessFlags access, bool force,
 void VKBuffer::setBufferAccess(VkAccessFlags access) {
     buffer_access = access;
     buffer_stages = context->getStages(access);
-    fresh = false;
+    used_outside = true;
+}
+
+bool VKBuffer::is_idle(const VKContext *ctx) const {
+    if(used_outside) return false;
+    return used_context == nullptr || (used_context == ctx && ctx->isIdle(used_epoch));
 }
 
 // Transfer writes to one buffer run side by side unless their ranges meet.
@@ -389,7 +395,7 @@ bool VKBuffer::set(VKContext *ctx, size_t offset, const void *data, size_t size)
         memcpy(dest, data, size);
         return unmap();
     }
-    if((buffer_flags & FlagSparse) == 0 && fresh && buffer_memory.data) {
+    if((buffer_flags & FlagSparse) == 0 && buffer_memory.data && is_idle(ctx)) {
         memcpy(buffer_memory.data + offset, data, size);
         return adapter->flushMemory(buffer_memory, offset, size);
     }

@@ -53,6 +53,7 @@ void VKCompute::notify(VKContext::Event event) {
         break;
     }
     if(event == VKContext::EventCommand) return;
+    num_written = 0;
     buffer_descriptor = VK_NULL_HANDLE;
     texel_descriptor = VK_NULL_HANDLE;
     update_mask = UpdateAll;
@@ -103,12 +104,36 @@ bool VKCompute::restore_memory() {
 
 // The pipeline, in a command buffer that does not have it.
 void VKCompute::update_command() {
-    if(epoch != context->getEpoch()) {
+    if(epoch != context->getEpoch() || bound_pipeline != vk_kernel->getPipeline()) {
+        if(bound_pipeline != vk_kernel->getPipeline()) buffer_descriptor = texel_descriptor = VK_NULL_HANDLE;
         epoch = context->getEpoch();
+        bound_pipeline = vk_kernel->getPipeline();
         update_mask = UpdateAll;
         adapter->vkCmdBindPipeline(context->getCommand(), VK_PIPELINE_BIND_POINT_COMPUTE, vk_kernel->getPipeline());
     }
     if(is_conditional && conditional_buffer && !conditional_recorded) begin_conditional();
+}
+
+// Whether all buffers still exist. Those that were created anew need a new set.
+bool VKCompute::check_buffers(bool has_indirect) {
+    const auto check = [this](const Slot &slot, VkBuffer &bound, uint32_t update) {
+        const VkBuffer buffer = get_buffer(slot);
+        if(buffer != bound) update_mask |= update;
+        bound = buffer;
+        return buffer != VK_NULL_HANDLE;
+    };
+    bool status = true;
+    for(uint32_t i = 0; i < kernel->getNumUniforms(); i++)
+        status &= check(uniforms[i], bound_buffers[i], UpdateUniform);
+    for(uint32_t i = 0; i < kernel->getNumStorages(); i++)
+        status &= check(storages[i], bound_buffers[Kernel::NumUniforms + i], UpdateStorage);
+    for(uint32_t i = 0; i < kernel->getNumTexels(); i++) status &= texels[i]->isCreated();
+    if(has_indirect) status &= (get_buffer(indirect) != VK_NULL_HANDLE);
+    if(!status || !vk_kernel->isCreated()) {
+        Log::printf(Log::Error, "VKCompute::update(): kernel or buffer is not created\n");
+        return false;
+    }
+    return true;
 }
 
 void VKCompute::Uses::append(VKBuffer *buffer, VkAccessFlags flags) {
@@ -141,7 +166,10 @@ void VKCompute::update_barriers(bool has_indirect) {
         uses.append(cast<VKBuffer>(indirect.buffer), VK_ACCESS_INDIRECT_COMMAND_READ_BIT);
 
     bool changed = false;
-    for(uint32_t i = 0; i < uses.num; i++) changed |= (uses.buffers[i]->getBufferAccess() != uses.access[i]);
+    for(uint32_t i = 0; i < uses.num; i++) {
+        uses.buffers[i]->setUsed(context);
+        changed |= (uses.buffers[i]->getBufferAccess() != uses.access[i]);
+    }
     if(!changed) return;
     VKContext::Barriers barriers;
     for(uint32_t i = 0; i < uses.num; i++) {
@@ -150,6 +178,33 @@ void VKCompute::update_barriers(bool has_indirect) {
         uses.buffers[i]->setBufferAccess(barriers, context, uses.access[i], false, stages);
     }
     context->barrier(barriers);
+}
+
+// Transient storage that dispatches write: in the order of the calls, since no call names it.
+void VKCompute::update_transients() {
+    if(num_written) {
+        VKContext::Barriers barriers;
+        for(uint32_t i = 0; i < num_written; i++) {
+            VkBufferMemoryBarrier &barrier = barriers.buffers[barriers.num_buffers++];
+            barrier = vk_record<VkBufferMemoryBarrier>(VK_STRUCTURE_TYPE_BUFFER_MEMORY_BARRIER);
+            barrier.srcAccessMask = VK_ACCESS_SHADER_WRITE_BIT;
+            barrier.dstAccessMask = VK_ACCESS_SHADER_READ_BIT | VK_ACCESS_SHADER_WRITE_BIT | VK_ACCESS_UNIFORM_READ_BIT;
+            barrier.srcQueueFamilyIndex = VK_QUEUE_FAMILY_IGNORED;
+            barrier.dstQueueFamilyIndex = VK_QUEUE_FAMILY_IGNORED;
+            barrier.buffer = written[i];
+            barrier.size = VK_WHOLE_SIZE;
+        }
+        barriers.src_stages = barriers.dest_stages = VK_PIPELINE_STAGE_COMPUTE_SHADER_BIT;
+        context->barrier(barriers);
+        num_written = 0;
+    }
+    for(uint32_t i = 0; i < kernel->getNumStorages(); i++) {
+        if(storages[i].handle == 0 || (kernel->getStorageFlags(i) & Kernel::BindFlagRead)) continue;
+        const VkBuffer buffer = reinterpret_cast<VkBuffer>(storages[i].handle);
+        uint32_t j = 0;
+        while(j < num_written && written[j] != buffer) j++;
+        if(j == num_written) written[num_written++] = buffer;
+    }
 }
 
 VkBuffer VKCompute::get_buffer(const Slot &slot) const {
@@ -256,7 +311,8 @@ bool VKCompute::bind_descriptors() {
         return true;
     };
     const bool uniforms_first = (kernel->getUniformOffset() < kernel->getStorageOffset() || !kernel->getNumStorages());
-    const bool status = uniforms_first ? append_uniforms() && append_storages() : append_storages() && append_uniforms();
+    const bool status =
+        uniforms_first ? append_uniforms() && append_storages() : append_storages() && append_uniforms();
     if(!status) return false;
     adapter->vkCmdBindDescriptorSets(context->getCommand(), VK_PIPELINE_BIND_POINT_COMPUTE,
                                      vk_kernel->getPipelineLayout(), 0, num_sets, sets, num_offsets, offsets);
@@ -268,8 +324,10 @@ bool VKCompute::update(bool has_indirect) {
         Log::printf(Log::Error, "VKCompute::update(): can't restore transient data\n");
         return false;
     }
+    if(!check_buffers(has_indirect)) return false;
     update_command();
     update_barriers(has_indirect);
+    update_transients();
     if(update_mask == 0) return true;
 
     // Offsets of slots that are not dynamic are part of the descriptor.

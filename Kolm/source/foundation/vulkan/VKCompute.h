@@ -57,7 +57,9 @@ private:
 
     bool update(bool has_indirect);
     void update_command();
+    bool check_buffers(bool has_indirect);
     void update_barriers(bool has_indirect);
+    void update_transients();
     bool update_buffers();
     bool update_texels();
     bool bind_descriptors();
@@ -69,9 +71,16 @@ private:
     VKContext *context = nullptr;
     VKKernel *vk_kernel = nullptr;
     uint64_t epoch = 0; // of the context when the pipeline was bound
+    VkPipeline bound_pipeline = VK_NULL_HANDLE;
+    // Buffers in the present set: an object may have been created anew under the same address.
+    VkBuffer bound_buffers[Kernel::NumUniforms + Kernel::NumStorages] = {};
     VkDescriptorSet buffer_descriptor = VK_NULL_HANDLE;
     VkDescriptorSet texel_descriptor = VK_NULL_HANDLE;
     uint64_t num_descriptors = 0;
+
+    // Transient buffers that a dispatch wrote since the last barrier over them. Nobody else can ask for one.
+    uint32_t num_written = 0;
+    VkBuffer written[Kernel::NumStorages] = {};
 
     // The condition under way, recorded anew in each command buffer.
     VKBuffer *conditional_buffer = nullptr;

@@ -46,10 +46,14 @@ void VKContext::select_memory() {
         VkMemoryPropertyFlags flags;
         VkMemoryPropertyFlags avoid; // a preference: some devices have one type for everything
     } wishes[] = {
-        {TransientUpload, visible | coherent, local},   {TransientUpload, visible, 0},
-        {TransientDownload, visible | coherent | cached, local}, {TransientDownload, visible | coherent, local},
-        {TransientDownload, visible, 0},                {TransientUniform, local | visible | coherent, 0},
-        {TransientUniform, visible | coherent, 0},      {TransientUniform, visible, 0},
+        {TransientUpload, visible | coherent, local},
+        {TransientUpload, visible, 0},
+        {TransientDownload, visible | coherent | cached, local},
+        {TransientDownload, visible | coherent, local},
+        {TransientDownload, visible, 0},
+        {TransientUniform, local | visible | coherent, 0},
+        {TransientUniform, visible | coherent, 0},
+        {TransientUniform, visible, 0},
     };
     for(auto &ring : rings) ring.memory_type = VKAdapter::NotFound;
     for(const auto &wish : wishes) {
@@ -145,6 +149,10 @@ void VKContext::removeListener(Listener *listener) {
 void VKContext::notify(Event event) {
     for(Listener *listener = listeners; listener; listener = listener->next_listener) listener->notify(event);
     if(event != EventCommand) return;
+    // Read buffers are mapped after a wait and without any command of their own.
+    if(primary)
+        barrier(VK_PIPELINE_STAGE_ALL_COMMANDS_BIT, VK_PIPELINE_STAGE_HOST_BIT, VK_ACCESS_MEMORY_WRITE_BIT,
+                VK_ACCESS_HOST_READ_BIT);
     flush_transients();
     epoch++;
 }
@@ -170,11 +178,15 @@ bool VKContext::flip(bool submit, bool reset) {
         Log::printf(Log::Error, "VKContext::flip(): can't submit frame\n");
         return false;
     }
+    frame->epoch = epoch;
     index = (index + 1) % frames.size();
     frame = frames[index];
-    if(frame->submitted && !frame->wait()) {
-        Log::printf(Log::Error, "VKContext::flip(): can't wait frame\n");
-        return false;
+    if(frame->submitted) {
+        if(!frame->wait()) {
+            Log::printf(Log::Error, "VKContext::flip(): can't wait frame\n");
+            return false;
+        }
+        idle_epoch = max(idle_epoch, frame->epoch);
     }
     if(!frame->reset(reset)) {
         Log::printf(Log::Error, "VKContext::flip(): can't reset frame\n");
@@ -251,6 +263,7 @@ bool VKContext::finish(bool submit, bool reset) {
         return false;
     }
     if(submit && primary) {
+        idle_epoch = epoch;
         notify(EventFinish);
         if(!frame->reset(true)) {
             Log::printf(Log::Error, "VKContext::finish(): can't reset frame\n");
@@ -403,8 +416,8 @@ bool VKContext::Buffer::create(VKAdapter *adapter, VkBufferUsageFlags usage, uin
     VkResult result = adapter->allocateDeviceMemory(memory_type, requirements.size, nullptr, buffer_memory.memory);
     if(result != VK_SUCCESS && (adapter->getMemoryFlags(memory_type) & VK_MEMORY_PROPERTY_DEVICE_LOCAL_BIT)) {
         const VkMemoryPropertyFlags flags = VK_MEMORY_PROPERTY_HOST_VISIBLE_BIT | VK_MEMORY_PROPERTY_HOST_COHERENT_BIT;
-        const uint32_t type = adapter->findMemoryIndex(requirements.memoryTypeBits, flags,
-                                                       VK_MEMORY_PROPERTY_DEVICE_LOCAL_BIT);
+        const uint32_t type =
+            adapter->findMemoryIndex(requirements.memoryTypeBits, flags, VK_MEMORY_PROPERTY_DEVICE_LOCAL_BIT);
         if(type != VKAdapter::NotFound && type != memory_type) {
             Log::printf(Log::Warning, "VKContext::Buffer::create(): using system memory\n");
             buffer_memory.type = type;
@@ -484,8 +497,7 @@ bool VKContext::Frame::create(VKAdapter *a, uint32_t family, VkCommandBufferLeve
 
 void VKContext::Frame::release() {
     releaseResources();
-    for(uint32_t i = 0; i < descriptor_pools.size(); i++)
-        vkDestroyDescriptorPool(device, descriptor_pools[i], nullptr);
+    for(uint32_t i = 0; i < descriptor_pools.size(); i++) vkDestroyDescriptorPool(device, descriptor_pools[i], nullptr);
     descriptor_pools.release();
     if(pool) vkDestroyCommandPool(device, pool, nullptr);
     if(fence) vkDestroyFence(device, fence, nullptr);
@@ -565,8 +577,8 @@ bool VKContext::Frame::reset(bool begin) {
 }
 
 void VKContext::Frame::releaseResources() {
-#define VK_RELEASE_LOOP(TYPE, NAME, LIST, FUNCTION)                                                                    \
-    for(uint32_t i = 0; i < LIST.size(); i++) FUNCTION(device, LIST[i], nullptr);                                      \
+#define VK_RELEASE_LOOP(TYPE, NAME, LIST, FUNCTION)                               \
+    for(uint32_t i = 0; i < LIST.size(); i++) FUNCTION(device, LIST[i], nullptr); \
     LIST.clear();
     VK_RELEASE_LIST(VK_RELEASE_LOOP)
 #undef VK_RELEASE_LOOP
@@ -675,7 +687,8 @@ void VKContext::barrier(VkBuffer buffer, uint64_t offset, uint64_t size, VkAcces
     barrier.buffer = buffer;
     barrier.offset = offset;
     barrier.size = size;
-    const VkPipelineStageFlags src_stages = src_access ? getStages(src_access) : VkPipelineStageFlags(VK_PIPELINE_STAGE_TOP_OF_PIPE_BIT);
+    const VkPipelineStageFlags src_stages =
+        src_access ? getStages(src_access) : VkPipelineStageFlags(VK_PIPELINE_STAGE_TOP_OF_PIPE_BIT);
     adapter->vkCmdPipelineBarrier(getCommand(), src_stages, getStages(dest_access), 0, 0, nullptr, 1, &barrier, 0,
                                   nullptr);
 }

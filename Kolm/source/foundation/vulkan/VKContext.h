@@ -19,9 +19,9 @@ class VKContext : public Allocated, private NoCopy {
 public:
     static constexpr uint32_t MinFrames = 2;
     static constexpr uint32_t DefaultFrames = 3;
-    static constexpr uint32_t MaxFlushes = 16;                // in one frame
-    static constexpr uint64_t UploadSize = 32ull << 20;       // bytes of one upload or download buffer
-    static constexpr uint64_t UniformSize = 8ull << 20;       // bytes of one uniform buffer
+    static constexpr uint32_t MaxFlushes = 16;                 // in one frame
+    static constexpr uint64_t UploadSize = 32ull << 20;        // bytes of one upload or download buffer
+    static constexpr uint64_t UniformSize = 8ull << 20;        // bytes of one uniform buffer
     static constexpr uint64_t MaxTransientSize = 512ull << 20; // bytes of each kind before the caller has to wait
     static constexpr uint32_t MaxBarriers = 160;
 
@@ -86,17 +86,17 @@ public:
 
     /// What waits for the fence of its frame, in order of destruction; the memory under it goes last.
     ///   X(handle type, name in release##NAME, list, function)
-#define VK_RELEASE_LIST(X)                                                                                             \
-    X(VkImage, Image, images, vkDestroyImage)                                                                          \
-    X(VkBuffer, Buffer, buffers, vkDestroyBuffer)                                                                      \
-    X(VkSampler, Sampler, samplers, vkDestroySampler)                                                                  \
-    X(VkImageView, ImageView, image_views, vkDestroyImageView)                                                         \
-    X(VkBufferView, BufferView, buffer_views, vkDestroyBufferView)                                                     \
-    X(VkAccelerationStructureKHR, AccelerationStructure, tracings, vkDestroyAccelerationStructureKHR)                  \
-    X(VkDescriptorPool, DescriptorPool, descriptors, vkDestroyDescriptorPool)                                          \
-    X(VkFramebuffer, Framebuffer, framebuffers, vkDestroyFramebuffer)                                                  \
-    X(VkPipeline, Pipeline, pipelines, vkDestroyPipeline)                                                              \
-    X(VkPipelineLayout, PipelineLayout, pipeline_layouts, vkDestroyPipelineLayout)                                     \
+#define VK_RELEASE_LIST(X)                                                                            \
+    X(VkImage, Image, images, vkDestroyImage)                                                         \
+    X(VkBuffer, Buffer, buffers, vkDestroyBuffer)                                                     \
+    X(VkSampler, Sampler, samplers, vkDestroySampler)                                                 \
+    X(VkImageView, ImageView, image_views, vkDestroyImageView)                                        \
+    X(VkBufferView, BufferView, buffer_views, vkDestroyBufferView)                                    \
+    X(VkAccelerationStructureKHR, AccelerationStructure, tracings, vkDestroyAccelerationStructureKHR) \
+    X(VkDescriptorPool, DescriptorPool, descriptors, vkDestroyDescriptorPool)                         \
+    X(VkFramebuffer, Framebuffer, framebuffers, vkDestroyFramebuffer)                                 \
+    X(VkPipeline, Pipeline, pipelines, vkDestroyPipeline)                                             \
+    X(VkPipelineLayout, PipelineLayout, pipeline_layouts, vkDestroyPipelineLayout)                    \
     X(VkDescriptorSetLayout, DescriptorLayout, descriptor_layouts, vkDestroyDescriptorSetLayout)
 
     struct Frame : public Allocated {
@@ -104,6 +104,7 @@ public:
         VkDevice device = VK_NULL_HANDLE;
         bool primary = true;    // command buffers are submitted, not executed by a parent
         bool submitted = false; // the fence is on its way
+        uint64_t epoch = 0;     // the context's when the fence was submitted: all before it is done when it passes
         VkFence fence = VK_NULL_HANDLE;
         VkCommandPool pool = VK_NULL_HANDLE;
         uint32_t command_index = 0;
@@ -164,6 +165,8 @@ public:
     VkCommandPool getPool() const { return frame->pool; }
     /// Grows whenever the command buffer changes: state that was bound before is gone.
     uint64_t getEpoch() const { return epoch; }
+    /// Whether all that was recorded in an epoch has run.
+    bool isIdle(uint64_t used_epoch) const { return used_epoch < idle_epoch; }
 
     void addListener(Listener *listener);
     void removeListener(Listener *listener);
@@ -200,9 +203,9 @@ public:
     bool invalidateTransient(const Transient &transient);
 
     /// Destruction when the frame's fence has passed. Null handles are fine.
-#define VK_RELEASE_METHOD(TYPE, NAME, LIST, FUNCTION)                                                                  \
-    void release##NAME(TYPE handle) {                                                                                  \
-        if(handle) frame->LIST.append(handle);                                                                         \
+#define VK_RELEASE_METHOD(TYPE, NAME, LIST, FUNCTION) \
+    void release##NAME(TYPE handle) {                 \
+        if(handle) frame->LIST.append(handle);        \
     }
     VK_RELEASE_LIST(VK_RELEASE_METHOD)
 #undef VK_RELEASE_METHOD
@@ -267,6 +270,7 @@ private:
     Frame *frame = nullptr;
     uint32_t index = 0;
     uint64_t epoch = 1;
+    uint64_t idle_epoch = 1; // the least epoch that may be running still
     Ring rings[NumTransientTypes];
     Listener *listeners = nullptr;
 };

@@ -54,10 +54,10 @@ void VKDevice::load_features(Features &f, const VKAdapter &adapter) {
     f.sparseBuffer = core.sparseBinding && core.sparseResidencyBuffer;
     f.sparseTexture = core.sparseBinding && core.sparseResidencyImage2D;
     f.sparseArrayTexture = f.sparseTexture && core.sparseResidencyAliased;
-    f.bufferTable = indexing.shaderStorageBufferArrayNonUniformIndexing &&
-                    indexing.descriptorBindingStorageBufferUpdateAfterBind;
-    f.textureTable = indexing.shaderSampledImageArrayNonUniformIndexing &&
-                     indexing.descriptorBindingSampledImageUpdateAfterBind;
+    f.bufferTable =
+        indexing.shaderStorageBufferArrayNonUniformIndexing && indexing.descriptorBindingStorageBufferUpdateAfterBind;
+    f.textureTable =
+        indexing.shaderSampledImageArrayNonUniformIndexing && indexing.descriptorBindingSampledImageUpdateAfterBind;
     f.cubeArrayTexture = core.imageCubeArray;
     f.baseInstanceIndex = true;
     f.vertexStorage = true;
@@ -66,8 +66,8 @@ void VKDevice::load_features(Features &f, const VKAdapter &adapter) {
     f.taskIndirectCount = adapter.has_mesh_shader_ext;
     f.vertexIndexLayer = adapter.has_shader_viewport_index_layer_ext || adapter.has_viewport_array2_nv;
     f.geometryPassthrough = adapter.has_geometry_shader_passthrough_nv;
-    f.fragmentBarycentric =
-        adapter.has_fragment_shader_barycentric_nv || adapter.getFragmentBarycentricFeatures().fragmentShaderBarycentric;
+    f.fragmentBarycentric = adapter.has_fragment_shader_barycentric_nv ||
+                            adapter.getFragmentBarycentricFeatures().fragmentShaderBarycentric;
     f.fragmentStencilExport = adapter.has_shader_stencil_export_ext;
     f.dualSourceBlending = core.dualSrcBlend;
     f.conservativeRaster = adapter.has_conservative_raster_ext;
@@ -190,8 +190,8 @@ Device *VKDevice::createComputeDevice(uint32_t frames) {
 Device *VKDevice::createCopyDevice(uint32_t frames) {
     Device *device = nullptr;
     if(adapter->copy_family != VKAdapter::NotFound && adapter->copy_index != VKAdapter::NotFound)
-        device = create_device(adapter, adapter->copy_family, adapter->copy_index, VK_COMMAND_BUFFER_LEVEL_PRIMARY,
-                               frames);
+        device =
+            create_device(adapter, adapter->copy_family, adapter->copy_index, VK_COMMAND_BUFFER_LEVEL_PRIMARY, frames);
     if(device == nullptr) Log::printf(Log::Error, "VKDevice::createCopyDevice(): can't create device\n");
     return device;
 }

@@ -75,8 +75,7 @@ VkDescriptorSetLayout VKKernel::get_image_layout() {
     VKLayouts::Binding bindings[NumTextures + NumSurfaces];
     uint32_t num =
         append_slots(bindings, texture_offset, num_textures, texture_arrays, VK_DESCRIPTOR_TYPE_SAMPLED_IMAGE);
-    num += append_slots(bindings + num, surface_offset, num_surfaces, surface_arrays,
-                        VK_DESCRIPTOR_TYPE_STORAGE_IMAGE);
+    num += append_slots(bindings + num, surface_offset, num_surfaces, surface_arrays, VK_DESCRIPTOR_TYPE_STORAGE_IMAGE);
     const VkDescriptorSetLayout layout =
         VKLayouts::get(adapter->getIndex()).getSetLayout(adapter->getDevice(), bindings, num);
     if(layout == VK_NULL_HANDLE) Log::printf(Log::Error, "VKKernel::get_image_layout(): can't create image layout\n");
@@ -114,15 +113,14 @@ VkDescriptorSetLayout VKKernel::get_buffer_layout() {
     }
     const VkDescriptorSetLayout layout =
         VKLayouts::get(adapter->getIndex()).getSetLayout(adapter->getDevice(), bindings, num);
-    if(layout == VK_NULL_HANDLE)
-        Log::printf(Log::Error, "VKKernel::get_buffer_layout(): can't create buffer layout\n");
+    if(layout == VK_NULL_HANDLE) Log::printf(Log::Error, "VKKernel::get_buffer_layout(): can't create buffer layout\n");
     return layout;
 }
 
 VkDescriptorSetLayout VKKernel::get_tracing_layout() {
     VKLayouts::Binding bindings[NumTracings];
-    const uint32_t num = append_slots(bindings, tracing_offset, num_tracings, nullptr,
-                                      VK_DESCRIPTOR_TYPE_ACCELERATION_STRUCTURE_KHR);
+    const uint32_t num =
+        append_slots(bindings, tracing_offset, num_tracings, nullptr, VK_DESCRIPTOR_TYPE_ACCELERATION_STRUCTURE_KHR);
     VkDescriptorSetLayout layout = VK_NULL_HANDLE;
     if(adapter->getAccelerationStructureFeatures().accelerationStructure)
         layout = VKLayouts::get(adapter->getIndex()).getSetLayout(adapter->getDevice(), bindings, num);
@@ -148,9 +146,9 @@ VkDescriptorSetLayout VKKernel::get_table_layout(uint32_t index) {
     const bool supported = texture ? features.descriptorBindingSampledImageUpdateAfterBind
                                    : features.descriptorBindingStorageBufferUpdateAfterBind;
     // A table brings its set along, so its layout depends on the table alone.
-    const VKLayouts::Binding binding = {
-        0, texture ? VK_DESCRIPTOR_TYPE_SAMPLED_IMAGE : VK_DESCRIPTOR_TYPE_STORAGE_BUFFER,
-        table_sizes[index], VK_SHADER_STAGE_ALL};
+    const VKLayouts::Binding binding = {0,
+                                        texture ? VK_DESCRIPTOR_TYPE_SAMPLED_IMAGE : VK_DESCRIPTOR_TYPE_STORAGE_BUFFER,
+                                        table_sizes[index], VK_SHADER_STAGE_ALL};
     VkDescriptorSetLayout layout = VK_NULL_HANDLE;
     if(supported && features.descriptorBindingPartiallyBound)
         layout = VKLayouts::get(adapter->getIndex()).getSetLayout(adapter->getDevice(), &binding, 1, true);
@@ -177,6 +175,37 @@ bool VKKernel::check_overlap() const {
     }
     if(is_overlap(uniform_offset, num_uniforms, storage_offset, num_storages)) {
         Log::printf(Log::Error, "VKKernel::create(): uniform and storage resources overlap\n");
+        return false;
+    }
+    return true;
+}
+
+bool VKKernel::has_binding(uint32_t set, uint32_t binding) const {
+    const struct {
+        SetType type;
+        uint32_t offset;
+        uint32_t num;
+    } kinds[] = {
+        {SetSampler, sampler_offset, num_samplers}, {SetImage, texture_offset, num_textures},
+        {SetImage, surface_offset, num_surfaces},   {SetBuffer, uniform_offset, num_uniforms},
+        {SetBuffer, storage_offset, num_storages},  {SetTracing, tracing_offset, num_tracings},
+        {SetTexel, texel_offset, num_texels},
+    };
+    for(const auto &kind : kinds) {
+        if(set_indices[kind.type] == set && binding >= kind.offset && binding - kind.offset < kind.num) return true;
+    }
+    // Tables have one binding each, behind all other sets.
+    return set < num_set_layouts && set >= num_set_layouts - num_tables && binding == 0;
+}
+
+// A resource that no layout holds would be read from anywhere.
+bool VKKernel::check_bindings() const {
+    const Array<VKShader::Binding> &bindings = cast<VKShader>(compute_shader)->getBindings();
+    for(uint32_t i = 0; i < bindings.size(); i++) {
+        if(!bindings[i].used || has_binding(bindings[i].set, bindings[i].binding)) continue;
+        Log::printf(Log::Error,
+                    "VKKernel::create(): binding %u of set %u is used by the shader and not by the kernel\n",
+                    bindings[i].binding, bindings[i].set);
         return false;
     }
     return true;
@@ -209,10 +238,11 @@ bool VKKernel::create_layouts() {
     VkDescriptorSetLayout layouts[VKLayouts::MaxSets];
     num_set_layouts = 0;
     for(uint32_t i = 0; i < NumSets; i++) {
-        if(kinds[i].count == 0) continue;
-        set_layouts[i] = (this->*kinds[i].get_layout)();
+        const auto &kind = kinds[i];
+        if(kind.count == 0) continue;
+        set_layouts[i] = (this->*kind.get_layout)();
         if(set_layouts[i] == VK_NULL_HANDLE) {
-            Log::print(Log::Error, kinds[i].message);
+            Log::print(Log::Error, kind.message);
             return false;
         }
         set_indices[i] = num_set_layouts;
@@ -238,8 +268,7 @@ static uint32_t get_subgroup_size(const VKAdapter &adapter, const VKShader &shad
     if(!adapter.getSubgroupSizeFeatures().subgroupSizeControl || !is_pow2(size)) return 0;
     if(size < properties.minSubgroupSize || size > properties.maxSubgroupSize) return 0;
     if((properties.requiredSubgroupSizeStages & VK_SHADER_STAGE_COMPUTE_BIT) == 0) return 0;
-    const uint64_t threads =
-        uint64_t(shader.getGroupSize(0)) * shader.getGroupSize(1) * shader.getGroupSize(2);
+    const uint64_t threads = uint64_t(shader.getGroupSize(0)) * shader.getGroupSize(1) * shader.getGroupSize(2);
     return (threads <= uint64_t(size) * properties.maxComputeWorkgroupSubgroups) ? size : 0;
 }
 
@@ -292,7 +321,7 @@ bool VKKernel::create() {
     }
     // The group size is part of the kernel's state, so it comes before anything that is looked up by that.
     for(uint32_t i = 0; i < 3; i++) group_size[i] = uint16_t(min(shader->getGroupSize(i), 65535u));
-    if(!check_overlap() || !create_layouts() || !create_pipeline()) {
+    if(!check_overlap() || !create_layouts() || !check_bindings() || !create_pipeline()) {
         release();
         return false;
     }

@@ -53,6 +53,8 @@ private:
     VkDescriptorSetLayout get_table_layout(uint32_t index);
     VkPipelineLayout get_pipeline_layout(const VkDescriptorSetLayout *layouts, uint32_t num);
     bool check_overlap() const;
+    bool has_binding(uint32_t set, uint32_t binding) const;
+    bool check_bindings() const;
     bool create_layouts();
     bool create_pipeline();
 

@@ -33,8 +33,8 @@ VkDescriptorSetLayout VKLayouts::getSetLayout(VkDevice device, const Binding *bi
     KOLM_ASSERT(num <= MaxBindings && "VKLayouts::getSetLayout(): invalid number of bindings");
     uint32_t key = num * 2 + (update_after_bind ? 1 : 0);
     for(uint32_t i = 0; i < num; i++) {
-        for(const uint32_t value : {bindings[i].binding, uint32_t(bindings[i].type), bindings[i].count,
-                                    uint32_t(bindings[i].stages)})
+        for(const uint32_t value :
+            {bindings[i].binding, uint32_t(bindings[i].type), bindings[i].count, uint32_t(bindings[i].stages)})
             key = value + key * 131;
     }
 

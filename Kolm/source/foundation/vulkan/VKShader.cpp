@@ -11,7 +11,7 @@ namespace Kolm {
 namespace {
 
 constexpr uint32_t spirv_magic = 0x07230203;
-constexpr uint32_t header_size = 5; // words
+constexpr uint32_t header_size = 5;    // words
 constexpr uint32_t local_size_id = 38; // execution mode whose operands are constants
 
 // Stage and execution model of each shader type.
@@ -51,6 +51,7 @@ void VKShader::clear() {
     shader = VK_NULL_HANDLE;
     shader_type = TypeUnknown;
     entry_name.clear();
+    bindings.release();
     subgroup_size = 0;
     memset(group_size, 0, sizeof(group_size));
     memset(hash, 0, sizeof(hash));
@@ -124,6 +125,7 @@ bool VKShader::load_module(Type type, const Array<uint32_t> &opcodes) {
     if(!known || opcodes.size() < header_size || opcodes[0] != spirv_magic) return false;
 
     bool has_entry = false;
+    uint32_t last_opcode = 0;
     uint32_t entry = 0;
     uint32_t size_ids[3] = {}; // constants of the group size, if it is given by them
     for(uint32_t i = header_size; i < opcodes.size();) {
@@ -145,9 +147,56 @@ bool VKShader::load_module(Type type, const Array<uint32_t> &opcodes) {
         } else if(opcode == SpvOpExecutionModeId && length == 6 && words[1] == entry && words[2] == local_size_id) {
             memcpy(size_ids, words + 3, sizeof(size_ids));
         }
+        last_opcode = opcode;
         i += length;
     }
+    if(last_opcode != SpvOpFunctionEnd) return false;
+    load_bindings(opcodes);
     return has_entry && (size_ids[0] == 0 || load_group_size(opcodes, size_ids));
+}
+
+// Numbers of all resources, and which of them any function touches. The module's instructions were checked.
+void VKShader::load_bindings(const Array<uint32_t> &opcodes) {
+    // Position of the operand that names a variable; 0 for other instructions.
+    const auto get_operand = [](uint32_t opcode) -> uint32_t {
+        switch(opcode) {
+        case SpvOpLoad:
+        case SpvOpAccessChain:
+        case SpvOpInBoundsAccessChain:
+        case SpvOpArrayLength:
+        case SpvOpImageTexelPointer:
+        case SpvOpCopyObject: return 3;
+        case SpvOpStore: return 1;
+        case SpvOpFunctionCall: return 4; // and all behind it
+        default: return 0;
+        }
+    };
+    const auto find = [this](uint32_t id) -> Binding * {
+        for(uint32_t i = 0; i < bindings.size(); i++) {
+            if(bindings[i].id == id) return &bindings[i];
+        }
+        return nullptr;
+    };
+    bindings.clear();
+    for(uint32_t i = header_size; i < opcodes.size(); i += opcodes[i] >> 16) {
+        const uint32_t *words = opcodes.get() + i;
+        const uint32_t opcode = words[0] & 0xFFFF;
+        const uint32_t length = words[0] >> 16;
+        if(opcode == SpvOpDecorate && length == 4 &&
+           (words[2] == SpvDecorationBinding || words[2] == SpvDecorationDescriptorSet)) {
+            Binding *binding = find(words[1]);
+            if(binding == nullptr) {
+                binding = &(bindings.append() = Binding());
+                binding->id = words[1];
+            }
+            (words[2] == SpvDecorationBinding ? binding->binding : binding->set) = words[3];
+        }
+        const uint32_t operand = get_operand(opcode);
+        const uint32_t end = (opcode == SpvOpFunctionCall) ? length : min(operand + 1, length);
+        for(uint32_t j = operand; operand && j < end; j++) {
+            if(Binding *binding = find(words[j])) binding->used = true;
+        }
+    }
 }
 
 // Values of the three constants. The module's instructions were checked.

@@ -25,6 +25,14 @@ public:
     const String &getEntryName() const { return entry_name; }
     /// Threads of a compute, task or mesh group, 0 where the module names none.
     uint32_t getGroupSize(uint32_t index) const { return group_size[index]; }
+    /// Resource that the code uses, by its numbers.
+    struct Binding {
+        uint32_t id = 0; // of the variable in the module
+        uint32_t set = 0;
+        uint32_t binding = 0;
+        bool used = false;
+    };
+    const Array<Binding> &getBindings() const { return bindings; }
     /// Subgroup size of the pragma "subgroup_size", 0 without one.
     uint32_t getSubgroupSize() const { return subgroup_size; }
     /// SHA-1 of the words.
@@ -40,12 +48,14 @@ protected:
 
 private:
     bool load_module(Type type, const Array<uint32_t> &opcodes);
+    void load_bindings(const Array<uint32_t> &opcodes);
     bool load_group_size(const Array<uint32_t> &opcodes, const uint32_t *ids);
 
     VKContext *context = nullptr;
     VkShaderModule shader = VK_NULL_HANDLE;
     String entry_name;
     uint32_t group_size[3] = {};
+    Array<Binding> bindings;
     uint32_t subgroup_size = 0;
     uint32_t hash[5] = {};
 };

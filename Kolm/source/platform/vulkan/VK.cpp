@@ -88,8 +88,10 @@ uint32_t VK::getNumMessages() { return uint32_t(num_messages.load_relaxed()); }
 
 bool VK::report_result(VkResult result) {
     switch(result) {
-#define VK_RESULT(NAME)                                                                                                \
-    case NAME: Log::printf(Log::Error, "VK::error(): %s\n", #NAME); break;
+#define VK_RESULT(NAME)                                      \
+    case NAME:                                               \
+        Log::printf(Log::Error, "VK::error(): %s\n", #NAME); \
+        break;
 #include "VKResults.inc"
     default: Log::printf(Log::Error, "VK::error(): 0x%08x\n", uint32_t(result)); break;
     }
@@ -248,7 +250,8 @@ bool VK::create_instance() {
     // The messenger in the chain covers the creation and the destruction of the instance.
     VkDebugUtilsMessengerCreateInfoEXT messenger_info = get_messenger_info();
     const VkValidationFeatureEnableEXT enables[] = {VK_VALIDATION_FEATURE_ENABLE_SYNCHRONIZATION_VALIDATION_EXT};
-    auto validation_features = vk_record<VkValidationFeaturesEXT>(VK_STRUCTURE_TYPE_VALIDATION_FEATURES_EXT, &messenger_info);
+    auto validation_features =
+        vk_record<VkValidationFeaturesEXT>(VK_STRUCTURE_TYPE_VALIDATION_FEATURES_EXT, &messenger_info);
     validation_features.enabledValidationFeatureCount = array_size(enables);
     validation_features.pEnabledValidationFeatures = enables;
 

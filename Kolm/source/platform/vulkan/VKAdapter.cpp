@@ -30,17 +30,18 @@ void VKAdapter::load_properties() {
     load_limits();
     if(!has_physical_device_properties2) return;
 
-    auto features = vk_record<VkPhysicalDeviceFeatures2>(VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_FEATURES_2, chain_features());
+    auto features =
+        vk_record<VkPhysicalDeviceFeatures2>(VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_FEATURES_2, chain_features());
     vkGetPhysicalDeviceFeatures2(adapters[0], &features);
     p.features = features.features;
 
     auto properties = vk_record<VkPhysicalDeviceProperties2>(VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_PROPERTIES_2);
-#define VK_PROPERTIES(NAME, RECORD, TYPE, CONDITION)                                                                   \
-    p.member##NAME = {};                                                                                               \
-    if(CONDITION) {                                                                                                    \
-        p.member##NAME.sType = TYPE;                                                                                   \
-        p.member##NAME.pNext = properties.pNext;                                                                       \
-        properties.pNext = &p.member##NAME;                                                                            \
+#define VK_PROPERTIES(NAME, RECORD, TYPE, CONDITION) \
+    p.member##NAME = {};                             \
+    if(CONDITION) {                                  \
+        p.member##NAME.sType = TYPE;                 \
+        p.member##NAME.pNext = properties.pNext;     \
+        properties.pNext = &p.member##NAME;          \
     }
 #include "VKFeatures.inc"
     vkGetPhysicalDeviceProperties2(adapters[0], &properties);
@@ -79,11 +80,11 @@ void VKAdapter::load_flags(uint32_t core_version) {
 void *VKAdapter::chain_features() {
     Properties &p = *adapter_properties;
     void *next = nullptr;
-#define VK_FEATURES(NAME, RECORD, TYPE, CONDITION)                                                                     \
-    if(CONDITION) {                                                                                                    \
-        p.member##NAME.sType = TYPE;                                                                                   \
-        p.member##NAME.pNext = next;                                                                                   \
-        next = &p.member##NAME;                                                                                        \
+#define VK_FEATURES(NAME, RECORD, TYPE, CONDITION) \
+    if(CONDITION) {                                \
+        p.member##NAME.sType = TYPE;               \
+        p.member##NAME.pNext = next;               \
+        next = &p.member##NAME;                    \
     }
 #include "VKFeatures.inc"
     return next;
@@ -185,7 +186,7 @@ bool VKAdapter::create() {
     }
 
     Array<String> names;
-#define VK_EXTENSION(NAME, FLAG, CORE)                                                                                 \
+#define VK_EXTENSION(NAME, FLAG, CORE) \
     if(FLAG && checkExtension(NAME)) names.append(String("VK_" NAME));
 #include "VKExtensions.inc"
     names.append(VK::adapter_extensions);

@@ -90,7 +90,7 @@ public:
     const VkPhysicalDeviceLimits &getLimits() const { return adapter_properties->properties.limits; }
     const VkPhysicalDeviceFeatures &getFeatures() const { return adapter_properties->features; }
     const VkPhysicalDeviceMemoryProperties &getMemoryProperties() const { return adapter_properties->memory; }
-#define VK_FEATURES(NAME, RECORD, TYPE, CONDITION)                                                                     \
+#define VK_FEATURES(NAME, RECORD, TYPE, CONDITION) \
     const RECORD &get##NAME() const { return adapter_properties->member##NAME; }
 #define VK_PROPERTIES(NAME, RECORD, TYPE, CONDITION) VK_FEATURES(NAME, RECORD, TYPE, CONDITION)
 #include "VKFeatures.inc"
@@ -220,7 +220,7 @@ private:
 
     bool is_created = false;
     volatile bool is_lost = false; // set by any thread that submits or waits
-    bool is_owner = true; // the device is destroyed with the adapter
+    bool is_owner = true;          // the device is destroyed with the adapter
     uint32_t adapter_count = 0;
     uint32_t adapter_index = 0;
     uint32_t api_version = 0;

@@ -259,7 +259,8 @@ void VKAdapter::HeapMemory::release(VKAdapter *adapter, const char *name) {
 }
 
 VK::MemoryPtr VKAdapter::PoolMemory::allocate(VKAdapter *adapter, uint64_t size, void *host_ptr, const void *next) {
-    auto import = vk_record<VkImportMemoryHostPointerInfoEXT>(VK_STRUCTURE_TYPE_IMPORT_MEMORY_HOST_POINTER_INFO_EXT, next);
+    auto import =
+        vk_record<VkImportMemoryHostPointerInfoEXT>(VK_STRUCTURE_TYPE_IMPORT_MEMORY_HOST_POINTER_INFO_EXT, next);
     import.handleType = VK_EXTERNAL_MEMORY_HANDLE_TYPE_HOST_ALLOCATION_BIT_EXT;
     import.pHostPointer = host_ptr;
 

@@ -1,0 +1,214 @@
+// Compile time beside the reference compiler, in one process and one run: own words for each shader of the corpus
+// against theirs without optimiser. Times are medians of 20 warm compiles.
+
+#include <benchmark/benchmark.h>
+
+#include <stdio.h>
+
+#include <algorithm>
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "../tests/support/ReferenceCompiler.h"
+#include "KolmCompiler.h"
+#include "KolmLog.h"
+#include "KolmShader.h"
+
+using Kolm::Compiler;
+using Kolm::Shader;
+
+namespace {
+
+struct Text {
+    std::string name;
+    Shader::Type type;
+    std::string src;
+};
+
+const struct {
+    const char *extension;
+    Shader::Type type;
+} extensions[] = {
+    {".vert", Shader::TypeVertex},       {".tesc", Shader::TypeControl},   {".tese", Shader::TypeEvaluate},
+    {".geom", Shader::TypeGeometry},     {".frag", Shader::TypeFragment},  {".comp", Shader::TypeCompute},
+    {".task", Shader::TypeTask},         {".mesh", Shader::TypeMesh},      {".rgen", Shader::TypeRayGen},
+    {".rmiss", Shader::TypeRayMiss},     {".rchit", Shader::TypeClosest},  {".rahit", Shader::TypeFirstHit},
+    {".rint", Shader::TypeIntersection}, {".rcall", Shader::TypeCallable},
+};
+
+// Shaders of the tests that both compilers take as they stand, ordered by name.
+const std::vector<Text> &get_corpus() {
+    static std::vector<Text> corpus;
+    if(!corpus.empty()) return corpus;
+    Kolm::Log::setLevel(Kolm::Log::Fatal);
+    Compiler compiler;
+    for(const auto &entry : std::filesystem::recursive_directory_iterator(OSTREVAN_TEST_DATA)) {
+        for(const auto &row : extensions) {
+            if(entry.path().extension() != row.extension) continue;
+            std::ifstream file(entry.path());
+            Text text;
+            text.name = entry.path().filename().string();
+            text.type = row.type;
+            text.src = std::string(std::istreambuf_iterator<char>(file), {});
+            uint32_t offset = 0;
+            if(!compiler.compileGLSL(text.type, text.src.c_str(), nullptr, offset)) continue;
+            corpus.push_back(text);
+        }
+    }
+    std::sort(corpus.begin(), corpus.end(), [](const Text &a, const Text &b) { return a.name < b.name; });
+    return corpus;
+}
+
+double get_seconds() {
+    return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
+}
+
+template<class Function> double get_median(uint32_t count, Function &&function) {
+    std::vector<double> times;
+    for(uint32_t i = 0; i < count; i++) {
+        const double start = get_seconds();
+        function();
+        times.push_back(get_seconds() - start);
+    }
+    std::sort(times.begin(), times.end());
+    return times[times.size() / 2];
+}
+
+// A compute shader of about \p size bytes: many functions of arithmetic, all of them called.
+std::string get_large_text(size_t size) {
+    std::string src =
+        "#version 450\nlayout(local_size_x = 64) in;\nlayout(binding = 0) buffer Data { vec4 data[]; } data;\n";
+    uint32_t count = 0;
+    while(src.size() < size) {
+        const std::string n = std::to_string(count++);
+        src += "vec4 function_" + n + "(vec4 a, float b) {\n    vec4 c = a * " + n +
+               ".5 + vec4(b);\n"
+               "    for(int i = 0; i < 4; i++) {\n        if(c.x > float(i)) c += a.wzyx * 0.25;\n"
+               "        else c -= vec4(1.0, b, c.xy);\n    }\n    return normalize(c) + sin(c);\n}\n";
+    }
+    src += "void main() {\n    uint i = gl_GlobalInvocationID.x;\n    vec4 v = data.data[i];\n";
+    for(uint32_t i = 0; i < count; i++) src += "    v += function_" + std::to_string(i) + "(v, v.x);\n";
+    return src + "    data.data[i] = v;\n}\n";
+}
+
+double get_own_time(Compiler &compiler, const Text &text, uint32_t count) {
+    return get_median(count, [&] {
+        uint32_t offset = 0;
+        benchmark::DoNotOptimize(compiler.compileGLSL(text.type, text.src.c_str(), nullptr, offset));
+    });
+}
+
+} // namespace
+
+static void compile_corpus(benchmark::State &state) {
+    Compiler compiler;
+    for(auto _ : state) {
+        for(const Text &text : get_corpus()) {
+            uint32_t offset = 0;
+            benchmark::DoNotOptimize(compiler.compileGLSL(text.type, text.src.c_str(), nullptr, offset));
+        }
+    }
+    state.counters["shaders"] = double(get_corpus().size());
+}
+BENCHMARK(compile_corpus)->Unit(benchmark::kMillisecond);
+
+// Time of N shaders on two threads against one.
+static void compile_on_two_threads(benchmark::State &state) {
+    const std::vector<Text> &corpus = get_corpus();
+    const auto compile = [&](size_t first, size_t step) {
+        Compiler compiler;
+        for(uint32_t pass = 0; pass < 8; pass++) {
+            for(size_t i = first; i < corpus.size(); i += step) {
+                uint32_t offset = 0;
+                compiler.compileGLSL(corpus[i].type, corpus[i].src.c_str(), nullptr, offset);
+            }
+        }
+    };
+    double one = 1e9, two = 1e9;
+    for(auto _ : state) {
+        double start = get_seconds();
+        compile(0, 1);
+        one = std::min(one, get_seconds() - start);
+        start = get_seconds();
+        std::thread thread(compile, 0, 2);
+        compile(1, 2);
+        thread.join();
+        two = std::min(two, get_seconds() - start);
+    }
+    state.counters["ratio"] = two / one;
+}
+BENCHMARK(compile_on_two_threads)->Unit(benchmark::kMillisecond)->Iterations(5);
+
+// Cost of a text twice as long.
+static void compile_large(benchmark::State &state) {
+    Compiler compiler;
+    const Text text = {"large", Shader::TypeCompute, get_large_text(size_t(state.range(0)))};
+    for(auto _ : state) {
+        uint32_t offset = 0;
+        if(!compiler.compileGLSL(text.type, text.src.c_str(), nullptr, offset)) state.SkipWithError("can't compile");
+    }
+    state.counters["bytes"] = double(text.src.size());
+}
+BENCHMARK(compile_large)->RangeMultiplier(2)->Range(32 << 10, 256 << 10)->Unit(benchmark::kMillisecond);
+
+#ifdef OSTREVAN_GLSLANG
+
+static void compare_corpus(benchmark::State &state) {
+    ReferenceCompiler reference;
+    Compiler compiler;
+    double own_total = 0.0, reference_total = 0.0, worst = 0.0, worst_size = 0.0;
+    size_t own_words = 0, reference_words = 0, count = 0;
+    std::string worst_name;
+    for(auto _ : state) {
+        own_total = reference_total = worst = worst_size = 0.0;
+        own_words = reference_words = count = 0;
+        for(const Text &text : get_corpus()) {
+            const size_t words = reference.compile(text.type, text.src.c_str()).size();
+            if(words == 0) continue;
+            const double own = get_own_time(compiler, text, 20);
+            const double other = get_median(
+                20, [&] { benchmark::DoNotOptimize(reference.compile(text.type, text.src.c_str()).size()); });
+            own_total += own;
+            reference_total += other;
+            own_words += compiler.getOpcodes().size();
+            reference_words += words;
+            count++;
+            worst_size = std::max(worst_size, double(compiler.getOpcodes().size()) / double(words));
+            if(own / other > worst) {
+                worst = own / other;
+                worst_name = text.name;
+            }
+        }
+    }
+    state.counters["shaders"] = double(count);
+    state.counters["own_us"] = own_total * 1e6 / double(count);
+    state.counters["reference_us"] = reference_total * 1e6 / double(count);
+    state.counters["ratio"] = own_total / reference_total;
+    state.counters["worst_ratio"] = worst;
+    state.counters["size_ratio"] = double(own_words) / double(reference_words);
+    state.counters["worst_size_ratio"] = worst_size;
+    state.SetLabel(worst_name);
+}
+BENCHMARK(compare_corpus)->Unit(benchmark::kMillisecond)->Iterations(1);
+
+static void compare_large(benchmark::State &state) {
+    ReferenceCompiler reference;
+    Compiler compiler;
+    const Text text = {"large", Shader::TypeCompute, get_large_text(size_t(state.range(0)))};
+    double own = 0.0, other = 0.0;
+    for(auto _ : state) {
+        own = get_own_time(compiler, text, 5);
+        other = get_median(5, [&] { benchmark::DoNotOptimize(reference.compile(text.type, text.src.c_str()).size()); });
+    }
+    state.counters["own_ms"] = own * 1e3;
+    state.counters["reference_ms"] = other * 1e3;
+    state.counters["ratio"] = own / other;
+}
+BENCHMARK(compare_large)->Arg(32 << 10)->Arg(128 << 10)->Unit(benchmark::kMillisecond)->Iterations(1);
+
+#endif
