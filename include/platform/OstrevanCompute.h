@@ -17,7 +17,8 @@ class Buffer;
 class Kernel;
 
 /// Records compute work on its device, made by Device::createCompute(). The last handle ends the recording; the work
-/// runs when the device flushes.
+/// runs when the device flushes. Kernels and buffers stay alive until the last dispatch that uses them; what was
+/// recorded keeps what it needs.
 ///
 /// Bindings are recorded lazily: setters only change slots, which dispatch() flushes. An index that the kernel does not
 /// have, a buffer without the flag that its slot needs, an offset off the device's alignment and anything without a
