@@ -61,7 +61,9 @@ TEST_F(BufferVKTest, follows_memory) {
             ASSERT_EQ(memcmp(bytes.data(), models[dest].data() + offset, length), 0);
         } break;
         case 7:
-            if(random() % 2) {
+            if(random() % 4 == 0) {
+                ASSERT_TRUE(device->finish());
+            } else if(random() % 2) {
                 ASSERT_TRUE(device->flip());
             } else if(getContext()->getNumCommands() < VKContext::MaxFlushes) {
                 ASSERT_TRUE(device->flush());

@@ -170,6 +170,48 @@ TEST_F(ComputeVKTest, transfers_in_stream) {
     EXPECT_EQ(getWords(copy.get()), std::vector<uint32_t>(64, 11));
 }
 
+// Objects change under an open recorder.
+TEST_F(ComputeVKTest, objects_created_anew) {
+    KernelPtr kernel = create_add_kernel();
+    ASSERT_TRUE(kernel);
+    BufferPtr buffer = createBuffer(storage_flags, std::vector<uint32_t>(64, 0));
+    ComputePtr compute = createCompute();
+    compute->setKernel(kernel.get());
+    compute->setStorageBuffer(0, buffer.get());
+    compute->setUniform(0, Params{64, 3, {}});
+    compute->dispatch(64, 1, 1);
+    ASSERT_TRUE(buffer->create(storage_flags, 256));
+    ASSERT_TRUE(device->clearBuffer(buffer.get()));
+    ASSERT_TRUE(kernel->create());
+    compute->dispatch(64, 1, 1);
+    EXPECT_EQ(getWords(buffer.get()), std::vector<uint32_t>(64, 3));
+    device->releaseBuffer(buffer.get());
+    compute->dispatch(64, 1, 1);
+    expectLog("VKCompute::update(): kernel or buffer is not created");
+    ASSERT_TRUE(buffer->create(storage_flags, 256));
+    device->releaseKernel(kernel.get());
+    compute->dispatch(64, 1, 1);
+}
+
+// A Read buffer that shaders write needs no copy.
+TEST_F(ComputeVKTest, read_buffers_as_storage) {
+    KernelPtr kernel = create_add_kernel();
+    ASSERT_TRUE(kernel);
+    BufferPtr buffer = createBuffer(Buffer::FlagStorage | Buffer::FlagRead, 256);
+    BufferPtr zeros = createBuffer(Buffer::FlagSource, std::vector<uint32_t>(64, 0));
+    ASSERT_TRUE(device->copyBuffer(buffer.get(), zeros.get()));
+    ComputePtr compute = createCompute();
+    compute->setKernel(kernel.get());
+    compute->setStorageBuffer(0, buffer.get());
+    compute->setUniform(0, Params{64, 7, {}});
+    compute->dispatch(64, 1, 1);
+    compute.reset();
+    ASSERT_TRUE(device->finish());
+    const uint32_t *words = static_cast<const uint32_t *>(device->mapBuffer(buffer.get()));
+    for(uint32_t i = 0; i < 64; i++) EXPECT_EQ(words[i], 7u);
+    EXPECT_TRUE(device->unmapBuffer(buffer.get()));
+}
+
 // The device writes the size of the next dispatch.
 TEST_F(ComputeVKTest, indirect_from_the_device) {
     KernelPtr writer = createKernel(R"(#version 450

@@ -437,17 +437,23 @@ void Compiler::create_opcodes(uint32_t profile, uint32_t version, const char *ma
     create_decorations();
     opcodes.append(section.get(), section.size());
 
-    // pointers of locals and parameters too: none may come between two functions
     for(uint32_t i = 0; i < variables.size(); i++) {
         Variable &variable = variables[i];
-        if(variable.structure != ~0u || variable.argument != ~0u) continue;
+        if(variable.structure != ~0u || variable.function != ~0u) continue;
         if(variable.decorations.has(SpvDecorationConstant)) continue;
         const uint32_t pointer = add_variable_pointer(variable);
-        if(variable.function != ~0u) continue;
         if(variable.initializer == ~0u)
             add_opcode(SpvOpVariable, {pointer, variable.target, variable.storage});
         else
             add_opcode(SpvOpVariable, {pointer, variable.target, variable.storage, variable.initializer});
+    }
+    // pointers of locals and parameters too: none may come between two functions
+    for(uint32_t i = 0; i < functions.size(); i++) {
+        const Function &func = functions[i];
+        for(uint32_t j = 0; j < func.variables.size(); j++) add_variable_pointer(variables[func.variables[j]]);
+        for(uint32_t j = 0; j < func.arguments.size(); j++) {
+            if(func.arguments[j].pass != PassIn) add_variable_pointer(variables[func.arguments[j].variable]);
+        }
     }
 
     create_function(functions[entry_function]);

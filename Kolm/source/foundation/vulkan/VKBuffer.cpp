@@ -37,7 +37,9 @@ void VKBuffer::destroy() {
     buffer_view = VK_NULL_HANDLE;
     buffer_access = 0;
     buffer_stages = 0;
-    fresh = true;
+    used_context = nullptr;
+    used_epoch = 0;
+    used_outside = false;
     written_begin = written_end = 0;
     buffer_address = 0;
     shared_ptr = nullptr;
@@ -284,7 +286,7 @@ bool VKBuffer::create(Flags flags, size_t size, VkBuffer handle, VkAccessFlags a
     buffer = handle;
     buffer_access = access;
     buffer_stages = context->getStages(access);
-    fresh = false;
+    used_outside = true;
     return true;
 }
 
@@ -319,7 +321,7 @@ bool VKBuffer::create(Buffer *src) {
         clear();
         return false;
     }
-    fresh = false;
+    used_outside = true;
     if(create_objects()) return true;
     clear();
     return false;
@@ -327,6 +329,7 @@ bool VKBuffer::create(Buffer *src) {
 
 void VKBuffer::setBufferAccess(VKContext::Barriers &barriers, VKContext *ctx, VkAccessFlags access, bool force,
                                VkPipelineStageFlags stages) {
+    setUsed(ctx);
     if(access == buffer_access && !force) return;
     if(barriers.num_buffers == VKContext::MaxBarriers) ctx->barrier(barriers);
     const VkPipelineStageFlags dest_stages = stages ? stages : ctx->getStages(access);
@@ -346,10 +349,10 @@ void VKBuffer::setBufferAccess(VKContext::Barriers &barriers, VKContext *ctx, Vk
     buffer_access = access;
     buffer_stages = dest_stages;
     written_begin = written_end = 0;
-    fresh = false;
 }
 
 void VKBuffer::setBufferAccess(VKContext *ctx, VkAccessFlags access, bool force, VkPipelineStageFlags stages) {
+    setUsed(ctx);
     if(access == buffer_access && !force) return;
     VKContext::Barriers barriers;
     setBufferAccess(barriers, ctx, access, force, stages);
@@ -359,7 +362,12 @@ void VKBuffer::setBufferAccess(VKContext *ctx, VkAccessFlags access, bool force,
 void VKBuffer::setBufferAccess(VkAccessFlags access) {
     buffer_access = access;
     buffer_stages = context->getStages(access);
-    fresh = false;
+    used_outside = true;
+}
+
+bool VKBuffer::is_idle(const VKContext *ctx) const {
+    if(used_outside) return false;
+    return used_context == nullptr || (used_context == ctx && ctx->isIdle(used_epoch));
 }
 
 // Transfer writes to one buffer run side by side unless their ranges meet.
@@ -387,7 +395,7 @@ bool VKBuffer::set(VKContext *ctx, size_t offset, const void *data, size_t size)
         memcpy(dest, data, size);
         return unmap();
     }
-    if((buffer_flags & FlagSparse) == 0 && fresh && buffer_memory.data) {
+    if((buffer_flags & FlagSparse) == 0 && buffer_memory.data && is_idle(ctx)) {
         memcpy(buffer_memory.data + offset, data, size);
         return adapter->flushMemory(buffer_memory, offset, size);
     }

@@ -52,6 +52,12 @@ public:
                          VkPipelineStageFlags stages = 0);
     /// Remembers an access that was ordered by other means.
     void setBufferAccess(VkAccessFlags access);
+    /// Remembers that commands of \p context, recorded now, use the buffer.
+    void setUsed(const VKContext *ctx) {
+        if(used_context && used_context != ctx) used_outside = true;
+        used_context = ctx;
+        used_epoch = ctx->getEpoch();
+    }
 
     /// Accesses of a buffer that is used as \p flags say.
     static VkAccessFlags getBufferAccessFlags(Flags flags);
@@ -63,6 +69,7 @@ private:
     bool create_shared();
     bool create_memory(const void *next);
     bool create_objects();
+    bool is_idle(const VKContext *context) const;
     void write_access(VKContext *context, size_t offset, size_t size);
     bool set_data(VKContext *context, size_t offset, const uint8_t *data, size_t size);
     bool get_data(VKContext *context, size_t offset, uint8_t *data, size_t size);
@@ -77,8 +84,11 @@ private:
     // wrote; nothing orders them but the application.
     volatile VkAccessFlags buffer_access = 0;
     volatile VkPipelineStageFlags buffer_stages = 0;
-    bool fresh = true;        // no command has used it: the host may write its memory
-    size_t written_begin = 0; // transfer writes since the last barrier; begin == end: none
+    // Who used it last and when: the host may write the memory of a buffer that nothing uses any more.
+    const VKContext *used_context = nullptr; // null: nobody
+    uint64_t used_epoch = 0;
+    bool used_outside = false; // by several contexts, or by commands of the application
+    size_t written_begin = 0;  // transfer writes since the last barrier; begin == end: none
     size_t written_end = 0;
     VK::MemoryPtr buffer_memory;
     VkDeviceAddress buffer_address = 0;

@@ -104,12 +104,36 @@ bool VKCompute::restore_memory() {
 
 // The pipeline, in a command buffer that does not have it.
 void VKCompute::update_command() {
-    if(epoch != context->getEpoch()) {
+    if(epoch != context->getEpoch() || bound_pipeline != vk_kernel->getPipeline()) {
+        if(bound_pipeline != vk_kernel->getPipeline()) buffer_descriptor = texel_descriptor = VK_NULL_HANDLE;
         epoch = context->getEpoch();
+        bound_pipeline = vk_kernel->getPipeline();
         update_mask = UpdateAll;
         adapter->vkCmdBindPipeline(context->getCommand(), VK_PIPELINE_BIND_POINT_COMPUTE, vk_kernel->getPipeline());
     }
     if(is_conditional && conditional_buffer && !conditional_recorded) begin_conditional();
+}
+
+// Whether all buffers still exist. Those that were created anew need a new set.
+bool VKCompute::check_buffers(bool has_indirect) {
+    const auto check = [this](const Slot &slot, VkBuffer &bound, uint32_t update) {
+        const VkBuffer buffer = get_buffer(slot);
+        if(buffer != bound) update_mask |= update;
+        bound = buffer;
+        return buffer != VK_NULL_HANDLE;
+    };
+    bool status = true;
+    for(uint32_t i = 0; i < kernel->getNumUniforms(); i++)
+        status &= check(uniforms[i], bound_buffers[i], UpdateUniform);
+    for(uint32_t i = 0; i < kernel->getNumStorages(); i++)
+        status &= check(storages[i], bound_buffers[Kernel::NumUniforms + i], UpdateStorage);
+    for(uint32_t i = 0; i < kernel->getNumTexels(); i++) status &= texels[i]->isCreated();
+    if(has_indirect) status &= (get_buffer(indirect) != VK_NULL_HANDLE);
+    if(!status || !vk_kernel->isCreated()) {
+        Log::printf(Log::Error, "VKCompute::update(): kernel or buffer is not created\n");
+        return false;
+    }
+    return true;
 }
 
 void VKCompute::Uses::append(VKBuffer *buffer, VkAccessFlags flags) {
@@ -142,7 +166,10 @@ void VKCompute::update_barriers(bool has_indirect) {
         uses.append(cast<VKBuffer>(indirect.buffer), VK_ACCESS_INDIRECT_COMMAND_READ_BIT);
 
     bool changed = false;
-    for(uint32_t i = 0; i < uses.num; i++) changed |= (uses.buffers[i]->getBufferAccess() != uses.access[i]);
+    for(uint32_t i = 0; i < uses.num; i++) {
+        uses.buffers[i]->setUsed(context);
+        changed |= (uses.buffers[i]->getBufferAccess() != uses.access[i]);
+    }
     if(!changed) return;
     VKContext::Barriers barriers;
     for(uint32_t i = 0; i < uses.num; i++) {
@@ -297,6 +324,7 @@ bool VKCompute::update(bool has_indirect) {
         Log::printf(Log::Error, "VKCompute::update(): can't restore transient data\n");
         return false;
     }
+    if(!check_buffers(has_indirect)) return false;
     update_command();
     update_barriers(has_indirect);
     update_transients();

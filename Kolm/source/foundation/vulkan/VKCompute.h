@@ -57,6 +57,7 @@ private:
 
     bool update(bool has_indirect);
     void update_command();
+    bool check_buffers(bool has_indirect);
     void update_barriers(bool has_indirect);
     void update_transients();
     bool update_buffers();
@@ -70,6 +71,9 @@ private:
     VKContext *context = nullptr;
     VKKernel *vk_kernel = nullptr;
     uint64_t epoch = 0; // of the context when the pipeline was bound
+    VkPipeline bound_pipeline = VK_NULL_HANDLE;
+    // Buffers in the present set: an object may have been created anew under the same address.
+    VkBuffer bound_buffers[Kernel::NumUniforms + Kernel::NumStorages] = {};
     VkDescriptorSet buffer_descriptor = VK_NULL_HANDLE;
     VkDescriptorSet texel_descriptor = VK_NULL_HANDLE;
     uint64_t num_descriptors = 0;

@@ -149,6 +149,10 @@ void VKContext::removeListener(Listener *listener) {
 void VKContext::notify(Event event) {
     for(Listener *listener = listeners; listener; listener = listener->next_listener) listener->notify(event);
     if(event != EventCommand) return;
+    // Read buffers are mapped after a wait and without any command of their own.
+    if(primary)
+        barrier(VK_PIPELINE_STAGE_ALL_COMMANDS_BIT, VK_PIPELINE_STAGE_HOST_BIT, VK_ACCESS_MEMORY_WRITE_BIT,
+                VK_ACCESS_HOST_READ_BIT);
     flush_transients();
     epoch++;
 }
@@ -174,11 +178,15 @@ bool VKContext::flip(bool submit, bool reset) {
         Log::printf(Log::Error, "VKContext::flip(): can't submit frame\n");
         return false;
     }
+    frame->epoch = epoch;
     index = (index + 1) % frames.size();
     frame = frames[index];
-    if(frame->submitted && !frame->wait()) {
-        Log::printf(Log::Error, "VKContext::flip(): can't wait frame\n");
-        return false;
+    if(frame->submitted) {
+        if(!frame->wait()) {
+            Log::printf(Log::Error, "VKContext::flip(): can't wait frame\n");
+            return false;
+        }
+        idle_epoch = max(idle_epoch, frame->epoch);
     }
     if(!frame->reset(reset)) {
         Log::printf(Log::Error, "VKContext::flip(): can't reset frame\n");
@@ -255,6 +263,7 @@ bool VKContext::finish(bool submit, bool reset) {
         return false;
     }
     if(submit && primary) {
+        idle_epoch = epoch;
         notify(EventFinish);
         if(!frame->reset(true)) {
             Log::printf(Log::Error, "VKContext::finish(): can't reset frame\n");

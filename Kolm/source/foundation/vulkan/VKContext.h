@@ -104,6 +104,7 @@ public:
         VkDevice device = VK_NULL_HANDLE;
         bool primary = true;    // command buffers are submitted, not executed by a parent
         bool submitted = false; // the fence is on its way
+        uint64_t epoch = 0;     // the context's when the fence was submitted: all before it is done when it passes
         VkFence fence = VK_NULL_HANDLE;
         VkCommandPool pool = VK_NULL_HANDLE;
         uint32_t command_index = 0;
@@ -164,6 +165,8 @@ public:
     VkCommandPool getPool() const { return frame->pool; }
     /// Grows whenever the command buffer changes: state that was bound before is gone.
     uint64_t getEpoch() const { return epoch; }
+    /// Whether all that was recorded in an epoch has run.
+    bool isIdle(uint64_t used_epoch) const { return used_epoch < idle_epoch; }
 
     void addListener(Listener *listener);
     void removeListener(Listener *listener);
@@ -267,6 +270,7 @@ private:
     Frame *frame = nullptr;
     uint32_t index = 0;
     uint64_t epoch = 1;
+    uint64_t idle_epoch = 1; // the least epoch that may be running still
     Ring rings[NumTransientTypes];
     Listener *listeners = nullptr;
 };
