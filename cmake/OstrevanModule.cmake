@@ -40,11 +40,11 @@ function(ostrevan_link_modules TARGET)
     target_link_libraries(${TARGET} PRIVATE ${all})
 endfunction()
 
-# ostrevan_test(NAME MODULES module... [SUPPORT])
+# ostrevan_test(NAME [MODULES module...] [LIBRARIES target...] [ARGUMENTS argument...] [TIMEOUT seconds])
 #
 # Program test_NAME of all sources in tests/NAME, linked with the modules' objects. It runs in the source folder.
 function(ostrevan_test NAME)
-    cmake_parse_arguments(ARG "" "TIMEOUT" "MODULES;LIBRARIES" ${ARGN})
+    cmake_parse_arguments(ARG "" "TIMEOUT" "MODULES;LIBRARIES;ARGUMENTS" ${ARGN})
     file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/${NAME}/*.cpp)
     if(NOT sources)
         return()
@@ -55,9 +55,15 @@ function(ostrevan_test NAME)
     endif()
     target_include_directories(test_${NAME} PRIVATE ${CMAKE_CURRENT_SOURCE_DIR} ${CMAKE_CURRENT_SOURCE_DIR}/support)
     target_link_libraries(test_${NAME} PRIVATE ${ARG_LIBRARIES} GTest::gtest GTest::gtest_main)
+    # What a test puts in front of a program that it starts.
+    set(run)
+    if(CMAKE_CROSSCOMPILING)
+        set(run "${CMAKE_CROSSCOMPILING_EMULATOR} ")
+    endif()
     target_compile_definitions(test_${NAME} PRIVATE OSTREVAN_TEST_DATA="${CMAKE_CURRENT_SOURCE_DIR}/data"
-                                                    OSTREVAN_BINARIES="${CMAKE_RUNTIME_OUTPUT_DIRECTORY}")
-    add_test(NAME ${NAME} COMMAND test_${NAME} --gtest_brief=1)
+                                                    OSTREVAN_BINARIES="${CMAKE_RUNTIME_OUTPUT_DIRECTORY}"
+                                                    OSTREVAN_RUN="${run}")
+    add_test(NAME ${NAME} COMMAND test_${NAME} --gtest_brief=1 ${ARG_ARGUMENTS})
     if(NOT ARG_TIMEOUT)
         set(ARG_TIMEOUT 600)
     endif()

@@ -6,6 +6,7 @@
 
 #include <base/OstrevanForward.h>
 #include <base/OstrevanHandle.h>
+#include <core/OstrevanArray.h>
 #include <format/OstrevanFormat.h>
 #include <format/OstrevanSize.h>
 #include <platform/OstrevanPlatform.h>
@@ -16,7 +17,8 @@ class Buffer;
 class Kernel;
 
 /// Records compute work on its device, made by Device::createCompute(). The last handle ends the recording; the work
-/// runs when the device flushes.
+/// runs when the device flushes. Kernels and buffers stay alive until the last dispatch that uses them; what was
+/// recorded keeps what it needs.
 ///
 /// Bindings are recorded lazily: setters only change slots, which dispatch() flushes. An index that the kernel does not
 /// have, a buffer without the flag that its slot needs, an offset off the device's alignment and anything without a
@@ -61,8 +63,10 @@ public:
     /// Bytes from \p offset on; size 0 is the rest of the buffer. An empty handle empties the slot.
     void setUniformBuffer(uint32_t index, const Buffer &buffer, size_t offset = 0, size_t size = 0);
     void setUniformBuffers(uint32_t index, const std::initializer_list<Buffer> &buffers);
+    void setUniformBuffers(uint32_t index, const Array<Buffer> &buffers);
     void setUniformBuffers(uint32_t index, const std::initializer_list<Buffer> &buffers,
                            const std::initializer_list<size_t> &offsets);
+    void setUniformBuffers(uint32_t index, const Array<Buffer> &buffers, const Array<size_t> &offsets);
     /// Moves the slot's range, with \p relative by \p offset bytes.
     void setUniformOffset(uint32_t index, size_t offset, bool relative = false);
 
@@ -71,13 +75,16 @@ public:
     void setStorageData(uint32_t index, const void *src, size_t size);
     void setStorageBuffer(uint32_t index, const Buffer &buffer, size_t offset = 0, size_t size = 0);
     void setStorageBuffers(uint32_t index, const std::initializer_list<Buffer> &buffers);
+    void setStorageBuffers(uint32_t index, const Array<Buffer> &buffers);
     void setStorageBuffers(uint32_t index, const std::initializer_list<Buffer> &buffers,
                            const std::initializer_list<size_t> &offsets);
+    void setStorageBuffers(uint32_t index, const Array<Buffer> &buffers, const Array<size_t> &offsets);
     void setStorageOffset(uint32_t index, size_t offset, bool relative = false);
 
     // texel slots
     void setTexelBuffer(uint32_t index, const Buffer &buffer);
     void setTexelBuffers(uint32_t index, const std::initializer_list<Buffer> &buffers);
+    void setTexelBuffers(uint32_t index, const Array<Buffer> &buffers);
 
     // source of dispatchIndirect()
     void *getIndirectData(size_t size);
@@ -109,6 +116,7 @@ public:
     /// barrier between two dispatches without this call.
     void barrier(const Buffer &buffer);
     void barrier(const std::initializer_list<Buffer> &buffers);
+    void barrier(const Array<Buffer> &buffers);
 
     /// Work until endConditional() is skipped if the 32-bit word at \p offset is zero.
     void beginConditional(const Buffer &buffer, size_t offset);

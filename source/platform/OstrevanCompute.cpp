@@ -40,12 +40,23 @@ void Compute::setUniformBuffers(uint32_t index, const std::initializer_list<Buff
     const uint32_t num = copyList(list, buffers);
     impl().ref().setUniformBuffers(index, list, num);
 }
+void Compute::setUniformBuffers(uint32_t index, const Array<Buffer> &buffers) {
+    Kolm::Buffer *list[max_buffers];
+    const uint32_t num = copyArray(list, buffers);
+    impl().ref().setUniformBuffers(index, list, num);
+}
 void Compute::setUniformBuffers(uint32_t index, const std::initializer_list<Buffer> &buffers,
                                 const std::initializer_list<size_t> &offsets) {
     KOLM_ASSERT(buffers.size() == offsets.size() && "Compute::setUniformBuffers(): invalid number of offsets");
     Kolm::Buffer *list[max_buffers];
     const uint32_t num = copyList(list, buffers);
     impl().ref().setUniformBuffers(index, list, num, offsets.begin());
+}
+void Compute::setUniformBuffers(uint32_t index, const Array<Buffer> &buffers, const Array<size_t> &offsets) {
+    KOLM_ASSERT(buffers.size() == offsets.size() && "Compute::setUniformBuffers(): invalid number of offsets");
+    Kolm::Buffer *list[max_buffers];
+    const uint32_t num = copyArray(list, buffers);
+    impl().ref().setUniformBuffers(index, list, num, offsets.get());
 }
 void Compute::setUniformOffset(uint32_t index, size_t offset, bool relative) {
     impl().ref().setUniformOffset(index, offset, relative);
@@ -62,12 +73,23 @@ void Compute::setStorageBuffers(uint32_t index, const std::initializer_list<Buff
     const uint32_t num = copyList(list, buffers);
     impl().ref().setStorageBuffers(index, list, num);
 }
+void Compute::setStorageBuffers(uint32_t index, const Array<Buffer> &buffers) {
+    Kolm::Buffer *list[max_buffers];
+    const uint32_t num = copyArray(list, buffers);
+    impl().ref().setStorageBuffers(index, list, num);
+}
 void Compute::setStorageBuffers(uint32_t index, const std::initializer_list<Buffer> &buffers,
                                 const std::initializer_list<size_t> &offsets) {
     KOLM_ASSERT(buffers.size() == offsets.size() && "Compute::setStorageBuffers(): invalid number of offsets");
     Kolm::Buffer *list[max_buffers];
     const uint32_t num = copyList(list, buffers);
     impl().ref().setStorageBuffers(index, list, num, offsets.begin());
+}
+void Compute::setStorageBuffers(uint32_t index, const Array<Buffer> &buffers, const Array<size_t> &offsets) {
+    KOLM_ASSERT(buffers.size() == offsets.size() && "Compute::setStorageBuffers(): invalid number of offsets");
+    Kolm::Buffer *list[max_buffers];
+    const uint32_t num = copyArray(list, buffers);
+    impl().ref().setStorageBuffers(index, list, num, offsets.get());
 }
 void Compute::setStorageOffset(uint32_t index, size_t offset, bool relative) {
     impl().ref().setStorageOffset(index, offset, relative);
@@ -78,6 +100,11 @@ void Compute::setTexelBuffer(uint32_t index, const Buffer &buffer) {
 void Compute::setTexelBuffers(uint32_t index, const std::initializer_list<Buffer> &buffers) {
     Kolm::Buffer *list[max_buffers];
     const uint32_t num = copyList(list, buffers);
+    impl().ref().setTexelBuffers(index, list, num);
+}
+void Compute::setTexelBuffers(uint32_t index, const Array<Buffer> &buffers) {
+    Kolm::Buffer *list[max_buffers];
+    const uint32_t num = copyArray(list, buffers);
     impl().ref().setTexelBuffers(index, list, num);
 }
 void *Compute::getIndirectData(size_t size) { return impl().ref().getIndirectData(size); }
@@ -122,6 +149,10 @@ void Compute::barrier(const std::initializer_list<Buffer> &buffers) {
     Kolm::Buffer *list[max_buffers];
     const uint32_t num = copyList(list, buffers);
     impl().ref().barrier(list, num);
+}
+void Compute::barrier(const Array<Buffer> &buffers) {
+    Kolm::Array<Kolm::Buffer *> list = copyArray<Kolm::Buffer *>(buffers);
+    impl().ref().barrier(list.get(), list.size());
 }
 void Compute::beginConditional(const Buffer &buffer, size_t offset) {
     impl().ref().beginConditional(get_buffer(buffer), offset);

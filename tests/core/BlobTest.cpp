@@ -222,7 +222,7 @@ TEST(Blob, unpacks_embedded_stores) {
 
 // What the packer writes, read as numbers.
 TEST(Blob, unpacks_what_the_packer_wrote) {
-    const std::string packer = OSTREVAN_BINARIES "/blob_pack";
+    const std::string packer = OSTREVAN_RUN OSTREVAN_BINARIES "/blob_pack";
     if(access(packer.c_str(), X_OK)) GTEST_SKIP() << "the packer was not built";
     std::string text;
     for(int i = 0; i < 5000; i++) text += std::to_string(i * i % 977) + " ";

@@ -149,7 +149,7 @@ TEST(Log, fatal_aborts_unless_the_callback_takes_it) {
         Log::print(Log::Fatal, "end\n");
     });
     EXPECT_TRUE(aborted.isAborted());
-    EXPECT_EQ(aborted.err, "F:      0 us: end\n");
+    EXPECT_EQ(aborted.err.substr(0, 18), "F:      0 us: end\n"); // an emulator says more
     const ChildProcess alive = run_plain([] {
         Log::setCallback([](Log::Level, size_t, const char *, void *) { return true; });
         Log::print(Log::Fatal, "end\n");

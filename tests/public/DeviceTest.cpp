@@ -148,7 +148,9 @@ TEST_F(DeviceTest, runs_glsl_on_buffers) {
         compute.barrier(buffer);
         const uint32_t next[] = {size, 7};
         compute.setUniform(0, next);
+        compute.setStorageBuffers(0, Array<Buffer>{buffer}, Array<size_t>{0});
         compute.dispatch(Size(size));
+        compute.barrier(Array<Buffer>{buffer});
     }
     EXPECT_TRUE(device.flush());
     ASSERT_TRUE(device.getBuffer(buffer, result.data()));

@@ -85,7 +85,7 @@ struct Command {
     explicit Command(const std::string &args) {
         // no driver is found under this name: the command needs none
         const std::string line =
-            "VK_ICD_FILENAMES=/nonexistent " OSTREVAN_BINARIES "/ostrevan shader " + args + " 2>&1";
+            "VK_ICD_FILENAMES=/nonexistent " OSTREVAN_RUN OSTREVAN_BINARIES "/ostrevan shader " + args + " 2>&1";
         FILE *pipe = popen(line.c_str(), "r");
         for(int c; (c = getc(pipe)) != EOF;) out += char(c);
         code = WEXITSTATUS(pclose(pipe));

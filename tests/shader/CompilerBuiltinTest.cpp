@@ -265,6 +265,8 @@ TEST(CompilerBuiltin, redeclared_blocks) {
         {Kolm::Shader::TypeFragment,
          "layout(origin_upper_left) in vec4 gl_FragCoord;\nlayout(depth_less) out float gl_FragDepth;\n"
          "void main() { gl_FragDepth = gl_FragCoord.z; }"},
+        {Kolm::Shader::TypeVertex,
+         "out gl_PerVertex { vec4 gl_Position; float gl_ClipDistance[]; };\nvoid main() { gl_ClipDistance[1] = 1.0; }"},
         {Kolm::Shader::TypeVertex, "invariant gl_Position;\nvoid main() { gl_Position = vec4(1.0); }"},
         {Kolm::Shader::TypeVertex, "out float gl_ClipDistance[3];\nvoid main() { gl_ClipDistance[2] = 1.0; }"},
     };

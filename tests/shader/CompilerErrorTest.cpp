@@ -113,7 +113,8 @@ TEST(CompilerError, expressions) {
         {"", "int i; int j = i ? 1 : 2;", "invalid operator Select for int and int with int condition\n"},
         {"", "vec2 v; true ? v : 1.0;", "invalid operator Select for vec2 and float with bool condition\n"},
         {"", "bvec2 b; vec3 v; v = b ? v : v;", "invalid operator Select for vec3 and vec3 with bvec2 condition\n"},
-        {"struct S { int a; };", "S s; bool b; b ? s : s;", "invalid operator Select for S and S with bool condition\n"},
+        {"struct S { int a; };", "S s; bool b; b ? s : s;",
+         "invalid operator Select for S and S with bool condition\n"},
         {"", "vec2 v; if(v) {}", "can't convert vec2 to bool\n"},
         {"", "int a[3]; a[3] = 1;", "invalid index 3 for int[3]\n"},
         {"", "vec2 v; v[-1] = 1.0;", "invalid index -1 for vec2\n"},
@@ -212,8 +213,10 @@ TEST(CompilerError, calls) {
         {"", "int i; atomicAdd(i, 1);", "invalid arguments for atomicAdd\n"},
         {"shared int i;", "atomicAdd(i);", "unknown internal function atomicAdd with 1 arguments\n"},
         {"shared int i;", "atomicAdd(i, 1, 2, 3, 4, 5, 6);", "too many arguments for atomicAdd\n"},
-        {"layout(binding = 0) uniform sampler2D t;", "texture(t);", "unknown internal function texture with 1 arguments\n"},
-        {"layout(binding = 0) uniform sampler2D t;", "textureLod(t, vec2(0), 1, 2, 3);", "too many arguments for textureLod\n"},
+        {"layout(binding = 0) uniform sampler2D t;", "texture(t);",
+         "unknown internal function texture with 1 arguments\n"},
+        {"layout(binding = 0) uniform sampler2D t;", "textureLod(t, vec2(0), 1, 2, 3);",
+         "too many arguments for textureLod\n"},
         {"layout(binding = 0) uniform sampler2D t;", "texture(t, 1.0);", "invalid arguments for texture\n"},
         {"", "texture(1, vec2(0));", "unknown image type int\n"},
         {"layout(binding = 0) uniform sampler2D t;", "textureSamples(t);", "sampler2D is not a multisample texture\n"},
@@ -224,12 +227,18 @@ TEST(CompilerError, calls) {
         {"", "executeCallableEXT(0, 3);", "unknown reference for executeCallableEXT\n"},
         {"", "rayQueryEXT q; bool b; rayQueryGetIntersectionTypeEXT(q, b);",
          "invalid committed argument of rayQueryGetIntersectionTypeEXT function\n"},
-        {"", "coopmat<float, 3, 8, 16, 0> a; coopmat<float, 3, 16, 8, 1> b; coopmat<float, 3, 16, 8, 2> c; "
-             "coopMatMulAdd(a, b, c);", "invalid ac size 8 16\n"},
-        {"", "coopmat<float, 3, 16, 8, 0> a; coopmat<float, 3, 16, 8, 1> b; coopmat<float, 3, 16, 8, 2> c; "
-             "coopMatMulAdd(a, b, c);", "invalid ab size 8 16\n"},
-        {"", "coopmat<float, 3, 16, 16, 0> a; coopmat<float, 3, 16, 8, 1> b; coopmat<float, 3, 16, 16, 2> c; "
-             "coopMatMulAdd(a, b, c);", "invalid bc size 8 16\n"},
+        {"",
+         "coopmat<float, 3, 8, 16, 0> a; coopmat<float, 3, 16, 8, 1> b; coopmat<float, 3, 16, 8, 2> c; "
+         "coopMatMulAdd(a, b, c);",
+         "invalid ac size 8 16\n"},
+        {"",
+         "coopmat<float, 3, 16, 8, 0> a; coopmat<float, 3, 16, 8, 1> b; coopmat<float, 3, 16, 8, 2> c; "
+         "coopMatMulAdd(a, b, c);",
+         "invalid ab size 8 16\n"},
+        {"",
+         "coopmat<float, 3, 16, 16, 0> a; coopmat<float, 3, 16, 8, 1> b; coopmat<float, 3, 16, 16, 2> c; "
+         "coopMatMulAdd(a, b, c);",
+         "invalid bc size 8 16\n"},
     };
     check(rows);
 }

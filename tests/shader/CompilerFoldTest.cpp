@@ -97,8 +97,7 @@ const struct {
 TEST(CompilerFold, expressions_of_bodies) {
     for(const auto &row : rows) {
         const std::string type = row.type;
-        const CompiledShader shader =
-            compile_compute("", "{ " + type + " r = " + std::string(row.expression) + "; }");
+        const CompiledShader shader = compile_compute("", "{ " + type + " r = " + std::string(row.expression) + "; }");
         ASSERT_TRUE(shader.ok) << row.expression << ": " << shader.message;
         uint32_t value = 0;
         EXPECT_TRUE(get_stored(shader.module, value)) << row.expression;
@@ -123,16 +122,33 @@ TEST(CompilerFold, functions_of_declarations) {
         const char *expression;
         double value;
     } functions[] = {
-        {"radians(90.0)", 1.5707963267948966}, {"degrees(1.0)", 57.29577951308232}, {"sin(0.5)", sin(0.5)},
-        {"cos(0.5)", cos(0.5)},                {"tan(0.5)", tan(0.5)},              {"asin(0.5)", asin(0.5)},
-        {"acos(0.5)", acos(0.5)},              {"atan(0.5)", atan(0.5)},            {"atan2(1.0, 2.0)", atan2(1, 2)},
-        {"exp2(3.0)", 8},                      {"log2(8.0)", 3},                    {"sqrt(2.0)", sqrt(2.0)},
-        {"pow(2.0, 0.5)", sqrt(2.0)},          {"floor(-1.5)", -2},                 {"fract(1.25)", 0.25},
-        {"abs(-2.5)", 2.5},                    {"min(1.0, 2.0)", 1},                {"clamp(5.0, 0.0, 2.0)", 2},
-        {"mix(1.0, 3.0, 0.25)", 1.5},          {"normalize(vec2(3, 4)).y", 0.8},    {"length(vec2(3, 4))", 5},
-        {"dot(vec2(1, 2), vec2(3, 4))", 11},   {"cross(vec3(1, 0, 0), vec3(0, 1, 0)).z", 1},
-        {"transpose(mat2(1, 2, 3, 4))[0].y", 3}, {"(mat2(1, 2, 3, 4) * vec2(1, 1)).y", 6},
-        {"(vec2(1, 1) * mat2(1, 2, 3, 4)).y", 7}, {"max(3, 4)", 4},
+        {"radians(90.0)", 1.5707963267948966},
+        {"degrees(1.0)", 57.29577951308232},
+        {"sin(0.5)", sin(0.5)},
+        {"cos(0.5)", cos(0.5)},
+        {"tan(0.5)", tan(0.5)},
+        {"asin(0.5)", asin(0.5)},
+        {"acos(0.5)", acos(0.5)},
+        {"atan(0.5)", atan(0.5)},
+        {"atan2(1.0, 2.0)", atan2(1, 2)},
+        {"exp2(3.0)", 8},
+        {"log2(8.0)", 3},
+        {"sqrt(2.0)", sqrt(2.0)},
+        {"pow(2.0, 0.5)", sqrt(2.0)},
+        {"floor(-1.5)", -2},
+        {"fract(1.25)", 0.25},
+        {"abs(-2.5)", 2.5},
+        {"min(1.0, 2.0)", 1},
+        {"clamp(5.0, 0.0, 2.0)", 2},
+        {"mix(1.0, 3.0, 0.25)", 1.5},
+        {"normalize(vec2(3, 4)).y", 0.8},
+        {"length(vec2(3, 4))", 5},
+        {"dot(vec2(1, 2), vec2(3, 4))", 11},
+        {"cross(vec3(1, 0, 0), vec3(0, 1, 0)).z", 1},
+        {"transpose(mat2(1, 2, 3, 4))[0].y", 3},
+        {"(mat2(1, 2, 3, 4) * vec2(1, 1)).y", 6},
+        {"(vec2(1, 1) * mat2(1, 2, 3, 4)).y", 7},
+        {"max(3, 4)", 4},
     };
     for(const auto &row : functions) {
         const CompiledShader shader =
@@ -153,13 +169,15 @@ TEST(CompilerFold, redundant_operands) {
         uint32_t opcode;
         size_t count;
     } redundant[] = {
-        {"f = f * 0.0;", 133, 0},   {"f = f * 1.0;", 133, 0}, {"f = 1.0 * f;", 133, 0}, {"f = f + 0.0;", 129, 0},
-        {"f = 0.0 - f;", 131, 1},   {"f = f - 0.0;", 131, 0}, {"f = f / 1.0;", 136, 0}, {"f = 1.0 / f;", 136, 1},
-        {"i = i + 0;", 128, 0},     {"i = 0 + i;", 128, 0},   {"i = i * 1;", 132, 0},   {"i = i * 0;", 132, 0},
-        {"i = i << 0;", 196, 0},    {"i = i >> 0;", 195, 1},  {"u = u >> 0;", 194, 0},  {"i = i | 0;", 197, 0},
-        {"i = i ^ 0;", 198, 1},     {"i = i & 0;", 199, 0},   {"i = i / 1;", 135, 0},   {"u = u / 1u;", 134, 0},
-        {"b = b && true;", 167, 0}, {"b = b && false;", 167, 0}, {"b = b || true;", 166, 0},
-        {"b = b || false;", 166, 0}, {"v = v * vec3(0.0);", 133, 0}, {"v = v * 1.0;", 142, 0}, {"v = 2.0 * v;", 133, 1},
+        {"f = f * 0.0;", 133, 0},       {"f = f * 1.0;", 133, 0},   {"f = 1.0 * f;", 133, 0},
+        {"f = f + 0.0;", 129, 0},       {"f = 0.0 - f;", 131, 1},   {"f = f - 0.0;", 131, 0},
+        {"f = f / 1.0;", 136, 0},       {"f = 1.0 / f;", 136, 1},   {"i = i + 0;", 128, 0},
+        {"i = 0 + i;", 128, 0},         {"i = i * 1;", 132, 0},     {"i = i * 0;", 132, 0},
+        {"i = i << 0;", 196, 0},        {"i = i >> 0;", 195, 1},    {"u = u >> 0;", 194, 0},
+        {"i = i | 0;", 197, 0},         {"i = i ^ 0;", 198, 1},     {"i = i & 0;", 199, 0},
+        {"i = i / 1;", 135, 0},         {"u = u / 1u;", 134, 0},    {"b = b && true;", 167, 0},
+        {"b = b && false;", 167, 0},    {"b = b || true;", 166, 0}, {"b = b || false;", 166, 0},
+        {"v = v * vec3(0.0);", 133, 0}, {"v = v * 1.0;", 142, 0},   {"v = 2.0 * v;", 133, 1},
         {"i = 1 + 2;", 128, 1}, // kept: the instruction stays, unused
     };
     for(const auto &row : redundant) {

@@ -7,8 +7,16 @@ using Kolm::Shader;
 
 namespace {
 
-const char *const jumps[] = {"", "i++;", "break;", "continue;", "return;", "{ i++; break; }", "if(i > 2) break;",
-                             "if(i > 2) continue; else return;", "break; i++;", "continue; for(;;) {} "};
+const char *const jumps[] = {"",
+                             "i++;",
+                             "break;",
+                             "continue;",
+                             "return;",
+                             "{ i++; break; }",
+                             "if(i > 2) break;",
+                             "if(i > 2) continue; else return;",
+                             "break; i++;",
+                             "continue; for(;;) {} "};
 
 std::string loop(uint32_t kind, const std::string &body) {
     switch(kind) {
@@ -34,7 +42,8 @@ TEST(CompilerStatement, jumps_in_loops) {
                 EXPECT_TRUE(shader.ok) << body << ": " << shader.message;
             }
             std::string deep = inner;
-            for(uint32_t k = 1; k < 4; k++) deep = loop((kind + k) % 6, "if(i == 1) { " + deep + " } else i++; " + jump);
+            for(uint32_t k = 1; k < 4; k++)
+                deep = loop((kind + k) % 6, "if(i == 1) { " + deep + " } else i++; " + jump);
             const CompiledShader shader = compile_compute("", "int i = 0; " + deep);
             EXPECT_TRUE(shader.ok) << deep << ": " << shader.message;
         }
@@ -43,12 +52,19 @@ TEST(CompilerStatement, jumps_in_loops) {
 
 TEST(CompilerStatement, switches) {
     const char *const bodies[] = {
-        "", "default: i = 1;", "case 1: i = 1;", "case 1: i = 1; break; case 2: i = 2; break; default: i = 3;",
-        "default: i = 3; break; case 1: i = 1; case 2: i = 2;", "case 1: i = 1; default: i = 3; case 2: i = 2;",
-        "case 1: case 2: default: i = 1; break; case 3: return;", "case 1: return; default: return;",
+        "",
+        "default: i = 1;",
+        "case 1: i = 1;",
+        "case 1: i = 1; break; case 2: i = 2; break; default: i = 3;",
+        "default: i = 3; break; case 1: i = 1; case 2: i = 2;",
+        "case 1: i = 1; default: i = 3; case 2: i = 2;",
+        "case 1: case 2: default: i = 1; break; case 3: return;",
+        "case 1: return; default: return;",
         "case 1: if(i > 1) break; i = 2; case 5: { int k = 1; i = k; break; }",
         "case 1: for(;;) { break; } break; case 2: while(i < 3) { if(i == 2) continue; i++; }",
-        "case 1: switch(i) { case 7: break; default: i = 2; } case 2: i = 4;", "case 1:", "case 0x7fffffff: case -1: i = 2;",
+        "case 1: switch(i) { case 7: break; default: i = 2; } case 2: i = 4;",
+        "case 1:",
+        "case 0x7fffffff: case -1: i = 2;",
         "int k = 1; case 1: i = 2;",
     };
     for(const char *body : bodies) {
@@ -104,12 +120,15 @@ TEST(CompilerStatement, else_by_four_letters) {
 }
 
 TEST(CompilerStatement, discard_ends_a_block) {
-    const char *const bodies[] = {"discard;", "if(c.x < 0.5) discard; c.x = 1.0;", "for(;;) { discard; }",
-                                  "while(c.x < 1.0) { if(c.y > 0.0) discard; else break; }", "discard; c.x = 1.0; return;",
+    const char *const bodies[] = {"discard;",
+                                  "if(c.x < 0.5) discard; c.x = 1.0;",
+                                  "for(;;) { discard; }",
+                                  "while(c.x < 1.0) { if(c.y > 0.0) discard; else break; }",
+                                  "discard; c.x = 1.0; return;",
                                   "switch(1) { case 1: discard; default: c.x = 1.0; }"};
     for(const char *body : bodies) {
-        const CompiledShader shader(Shader::TypeFragment, "layout(location = 0) out vec4 c;\nvoid main() {\n" +
-                                                              std::string(body) + "\n}\n");
+        const CompiledShader shader(Shader::TypeFragment,
+                                    "layout(location = 0) out vec4 c;\nvoid main() {\n" + std::string(body) + "\n}\n");
         EXPECT_TRUE(shader.ok) << body << ": " << shader.message;
     }
 }

@@ -17,7 +17,6 @@ struct ComputeRecorder::SlotKind {
     Transient transient;
     Slot *slots;
     uint32_t num_slots;                   // of the kernel
-    const Kernel *kernel;                 // whose flags hold, null for indirect
     size_t alignment;                     // of offsets
     uint64_t max_size;                    // of a range, 0 for no limit
     bool clamp;                           // a rest longer than the limit is cut at it
@@ -91,7 +90,6 @@ ComputeRecorder::SlotKind ComputeRecorder::get_uniform_kind() {
             TransientUniform,
             uniforms,
             kernel->getNumUniforms(),
-            kernel,
             max(size_t(features.uniformAlignment), size_t(1)),
             features.maxUniformSize,
             true,
@@ -105,7 +103,6 @@ ComputeRecorder::SlotKind ComputeRecorder::get_storage_kind() {
             TransientStorage,
             storages,
             kernel->getNumStorages(),
-            kernel,
             max(size_t(features.storageAlignment), size_t(1)),
             features.maxStorageSize,
             false,
@@ -115,7 +112,7 @@ ComputeRecorder::SlotKind ComputeRecorder::get_storage_kind() {
 
 // The indirect source is no descriptor: nothing has to be updated for it.
 ComputeRecorder::SlotKind ComputeRecorder::get_indirect_kind() {
-    return {"indirect", Buffer::FlagIndirect, TransientIndirect, &indirect, 1, nullptr, 4, 0, false, 0, 0};
+    return {"indirect", Buffer::FlagIndirect, TransientIndirect, &indirect, 1, 4, 0, false, 0, 0};
 }
 
 ComputeRecorder::Slot &ComputeRecorder::get_slot(const SlotKind &kind, const char *method, uint32_t index) {
@@ -144,13 +141,16 @@ void ComputeRecorder::set_range(const SlotKind &kind, const char *method, uint32
         if(kind.clamp && kind.max_size && size > kind.max_size) size = size_t(kind.max_size);
     }
     if(KOLM_UNLIKELY(kind.max_size && size > kind.max_size)) {
-        // Some drivers state a limit that they do not have: a large storage range is the user's risk.
+        // Some drivers state a limit that they do not have: a large storage range is the caller's risk.
         if(kind.clamp) {
             fail(method, "invalid %s size %zu of %s buffer: the limit is %llu", kind.name, size, name,
                  static_cast<unsigned long long>(kind.max_size));
         }
-        Log::printf(Log::Warning, "%sCompute::%s(): %s size %zu of %s buffer is above the limit of %llu\n",
-                    getPlatformPrefix(), method, kind.name, size, name, static_cast<unsigned long long>(kind.max_size));
+        if(!has_warned)
+            Log::printf(Log::Warning, "%sCompute::%s(): %s size %zu of %s buffer is above the limit of %llu\n",
+                        getPlatformPrefix(), method, kind.name, size, name,
+                        static_cast<unsigned long long>(kind.max_size));
+        has_warned = true;
     }
     if(size != slot.size) {
         update_mask |= kind.update_group;

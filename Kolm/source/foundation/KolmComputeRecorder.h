@@ -150,6 +150,8 @@ private:
     void set_range(const SlotKind &kind, const char *method, uint32_t index, Slot &slot, size_t offset, size_t size);
     uint32_t get_groups(const char *name, uint32_t threads, uint32_t group_size) const;
     bool check_slots(const char *method) const;
+
+    bool has_warned = false; // of a storage range above the limit: once for a recorder
 };
 
 } // namespace Kolm

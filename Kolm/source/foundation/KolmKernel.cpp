@@ -24,27 +24,17 @@ void Kernel::clear() {
 
 void Kernel::setName(const char *name) { kernel_name = (name) ? name : ""; }
 
-// The same list as that of the fields in the header.
-#define KERNEL_PARAMETERS(X)                                                                                   \
-    X(num_samplers)                                                                                            \
-    X(sampler_offset) X(sampler_arrays) X(num_textures) X(texture_offset) X(texture_arrays) X(num_surfaces)    \
-        X(surface_offset) X(surface_arrays) X(num_uniforms) X(uniform_offset) X(uniform_flags) X(num_storages) \
-            X(storage_offset) X(storage_flags) X(num_tracings) X(tracing_offset) X(num_texels) X(texel_offset) \
-                X(num_tables) X(table_offset) X(table_types) X(table_sizes) X(table_flags) X(group_size)
-
 void Kernel::set_defaults() {
-#define X(NAME) memset(&NAME, 0, sizeof(NAME));
-    KERNEL_PARAMETERS(X)
-#undef X
+#define PARAMETER(NAME) memset(&NAME, 0, sizeof(NAME));
+#include "KolmKernelParameters.inc"
 }
 
 Kernel &Kernel::setParameters(const Kernel *kernel) {
     KOLM_ASSERT(kernel && "Kernel::setParameters(): kernel is null");
     if(kernel == this) return *this;
     setShader(kernel->compute_shader, false);
-#define X(NAME) memcpy(&NAME, &kernel->NAME, sizeof(NAME));
-    KERNEL_PARAMETERS(X)
-#undef X
+#define PARAMETER(NAME) memcpy(&NAME, &kernel->NAME, sizeof(NAME));
+#include "KolmKernelParameters.inc"
     return *this;
 }
 
@@ -74,13 +64,10 @@ template<class Type, uint32_t Size> bool write(Stream &stream, const Type (&valu
 
 bool Kernel::saveState(Stream &stream) const {
     bool status = true;
-#define X(NAME) status &= write(stream, NAME);
-    KERNEL_PARAMETERS(X)
-#undef X
+#define PARAMETER(NAME) status &= write(stream, NAME);
+#include "KolmKernelParameters.inc"
     return status;
 }
-
-#undef KERNEL_PARAMETERS
 
 // shader
 

@@ -161,10 +161,10 @@ bool ImageStreamPNG::Writer::write(Stream &stream, const Image &image, Image::Fl
     if(setjmp(png_jmpbuf(png))) return false;
     png_set_write_fn(png, &stream, write_fn, flush_fn);
     png_set_compression_buffer_size(png, write_size);
-    if(flags & Image::FlagFast)
-        png_set_compression_level(png, Stream::ZipLevelFast);
-    else if(flags & Image::FlagBest)
-        png_set_compression_level(png, Stream::ZipLevelBest);
+    // Both flags ask for the middle, which is the default.
+    const bool fast = (flags & Image::FlagFast);
+    const bool best = (flags & Image::FlagBest);
+    if(fast != best) png_set_compression_level(png, fast ? Stream::ZipLevelFast : Stream::ZipLevelBest);
     png_set_IHDR(png, info, image.getWidth(), height, wide ? 16 : 8, color_types[image.getComponents()],
                  PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
     png_write_info(png, info);

@@ -518,6 +518,8 @@ private:
     void add_builtin(uint32_t builtin);
     /// Vertices of the primitive that comes in to a geometry shader, 0 if it is not declared.
     uint32_t get_input_vertices() const;
+    /// Length of a clip or cull distance array, by its uses in the text.
+    uint32_t get_distance_length(const char *name) const;
 
     // -- KolmCompilerConstant.cpp -----------------------------------------------------------------------------------
 
@@ -876,6 +878,7 @@ private:
     /// Writes \p target into the words at \p offsets.
     static void patch_opcodes(Function &func, const Array<uint32_t> &offsets, uint32_t target);
     void begin_opcode(Function &func, SpvOp opcode, uint64_t size);
+    bool is_valid_opcode(SpvOp opcode) const;
     static bool is_terminator(uint32_t opcode);
     static uint32_t get_opcode(uint32_t word) { return word & 0xFFFFu; }
     static uint32_t get_size(uint32_t word) { return word >> 16; }
@@ -902,6 +905,7 @@ private:
     void create_names(const char *macros);
     void create_decorations();
     void lower_storage_buffers();
+    void validate_modes() const;
     uint32_t get_module_version() const;
     void get_module_name(const String &name, uint32_t target, bool source_name, String &text) const;
     bool is_arrayed(const Variable &variable) const;

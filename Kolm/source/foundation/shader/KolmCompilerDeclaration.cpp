@@ -378,6 +378,10 @@ void Compiler::parse_members(const char *&s, Structure &structure, const Qualifi
                 }
             }
             add_builtin_decoration(variable);
+            if(const uint32_t *builtin = variable.decorations.get(SpvDecorationBuiltIn)) {
+                const bool distance = (*builtin == 3 || *builtin == 4);
+                if(distance && variable.length == 0) variable.length = max(get_distance_length(name.get()), 1u);
+            }
             structure.variables.append(variable.index);
 
             Text::skip_blank(s);
@@ -476,6 +480,14 @@ void Compiler::parse_block(const char *&s, const String &name, Qualifiers &quali
                         : (storage == SpvStorageClassUniform) ? PackingStd140
                                                               : PackingStd430;
     parse_members(s, structure, qualifiers, &global);
+    // built-in members are among themselves
+    for(uint32_t i = 1; interface && i < structure.variables.size(); i++) {
+        const Variable &first = variables[structure.variables[0]];
+        const Variable &member = variables[structure.variables[i]];
+        if(first.decorations.has(SpvDecorationBuiltIn) != member.decorations.has(SpvDecorationBuiltIn)) {
+            Parser::error("invalid \"%s\" member of %s type\n", member.name.get(), name.get());
+        }
+    }
     create_structure(structure, !interface);
 
     // the instance
@@ -680,17 +692,21 @@ Compiler::Variable &Compiler::add_global(const String &name, const String &type,
     if(flags & FlagVoid) Parser::error("unknown type \"%s\"\n", "void");
     const bool block =
         (flags & FlagStructure) && structures[*target_indices.get(get_element_type(full))].storage != ~0u;
+    if(qualifiers.has(SpvDecorationSpecId) && !constant) Parser::error("constants must be initialized\n");
     if(has_opaque(flags)) {
         if(storage != ~0u && storage != SpvStorageClassUniform) Parser::error("invalid storage class\n");
         storage = SpvStorageClassUniformConstant;
     } else if(storage == ~0u) {
+        // a place in an interface means nothing for a variable of its own
+        for(const auto &item : qualifiers.decorations) {
+            if(!constant && item.data != ~0u) Parser::error("unused layout qualifier\n");
+        }
         storage = SpvStorageClassPrivate;
     } else if(!block && (storage == SpvStorageClassUniform || storage == SpvStorageClassStorageBuffer)) {
         Parser::error("\"%s\" variable must be in a block\n", name.get());
     }
     if((get_storage_stages(storage) & get_stage(execution_model)) == 0) Parser::error("invalid storage class\n");
     if(qualifiers.push_constant && storage != SpvStorageClassPushConstant) Parser::error("invalid layout qualifiers\n");
-    if(qualifiers.has(SpvDecorationSpecId) && !constant) Parser::error("constants must be initialized\n");
 
     Variable &variable = add_variable(name, full, length, storage, name.size() ? &global : nullptr);
     for(const auto &item : qualifiers.decorations) {

@@ -68,8 +68,52 @@ bool Compiler::is_terminator(uint32_t opcode) {
     }
 }
 
+// Instructions of some stages only.
+bool Compiler::is_valid_opcode(SpvOp opcode) const {
+    const uint32_t model = execution_model;
+    switch(opcode) {
+    case SpvOpImageSampleImplicitLod:
+    case SpvOpImageSampleDrefImplicitLod:
+    case SpvOpImageSampleProjImplicitLod:
+    case SpvOpImageSampleProjDrefImplicitLod:
+    case SpvOpImageSparseSampleImplicitLod:
+    case SpvOpImageSparseSampleDrefImplicitLod:
+    case SpvOpImageQueryLod:
+    case SpvOpDPdx:
+    case SpvOpDPdy:
+    case SpvOpFwidth:
+    case SpvOpDPdxFine:
+    case SpvOpDPdyFine:
+    case SpvOpFwidthFine:
+    case SpvOpDPdxCoarse:
+    case SpvOpDPdyCoarse:
+    case SpvOpFwidthCoarse:
+    case SpvOpKill: return model == SpvExecutionModelFragment;
+    case SpvOpEmitVertex:
+    case SpvOpEndPrimitive:
+    case SpvOpEmitStreamVertex:
+    case SpvOpEndStreamPrimitive: return model == SpvExecutionModelGeometry;
+    case SpvOpControlBarrier:
+        return model == SpvExecutionModelTessellationControl || model == SpvExecutionModelGLCompute ||
+               model == SpvExecutionModelTaskEXT || model == SpvExecutionModelMeshEXT;
+    case SpvOpTraceRayKHR:
+        return model == SpvExecutionModelRayGenerationKHR || model == SpvExecutionModelClosestHitKHR ||
+               model == SpvExecutionModelMissKHR;
+    case SpvOpExecuteCallableKHR:
+        return model == SpvExecutionModelRayGenerationKHR || model == SpvExecutionModelClosestHitKHR ||
+               model == SpvExecutionModelMissKHR || model == SpvExecutionModelCallableKHR;
+    case SpvOpIgnoreIntersectionKHR:
+    case SpvOpTerminateRayKHR: return model == SpvExecutionModelAnyHitKHR;
+    case SpvOpReportIntersectionKHR: return model == SpvExecutionModelIntersectionKHR;
+    case SpvOpEmitMeshTasksEXT: return model == SpvExecutionModelTaskEXT;
+    case SpvOpSetMeshOutputsEXT: return model == SpvExecutionModelMeshEXT;
+    default: return true;
+    }
+}
+
 void Compiler::begin_opcode(Function &func, SpvOp opcode, uint64_t size) {
     check_size(size);
+    if(!is_valid_opcode(opcode)) Parser::error("instruction is not valid\n");
     if(opcode != SpvOpLabel && is_terminator(func.opcode)) {
         // what stands behind a terminator is dead, but has to be a block; its id comes with the module
         func.opcodes.append((2u << 16) | SpvOpLabel);

@@ -176,6 +176,34 @@ void Compiler::add_locations(const SmallMap &decorations, uint32_t type, Array<u
     }
 }
 
+// Modes without which a stage means nothing.
+void Compiler::validate_modes() const {
+    const auto count = [&](std::initializer_list<uint32_t> modes) {
+        uint32_t ret = 0;
+        for(uint32_t mode : modes) ret += execution_modes.has(mode) ? 1 : 0;
+        return ret;
+    };
+    switch(execution_model) {
+    case SpvExecutionModelTessellationControl:
+        if(count({26}) == 0) Parser::error("output vertices are not declared\n");
+        if(count({22, 24, 25}) > 1) Parser::error("invalid input primitive\n");
+        break;
+    case SpvExecutionModelTessellationEvaluation:
+        if(count({22, 24, 25}) > 1) Parser::error("invalid input primitive\n");
+        break;
+    case SpvExecutionModelGeometry:
+        if(count({19, 20, 21, 22, 23}) != 1) Parser::error("invalid input primitive\n");
+        if(count({27, 28, 29}) != 1) Parser::error("invalid output primitive\n");
+        if(count({26}) == 0) Parser::error("output vertices are not declared\n");
+        break;
+    case SpvExecutionModelMeshEXT:
+        if(count({5269, 5298}) != 1) Parser::error("invalid output primitive\n");
+        if(count({26, 5270}) != 2) Parser::error("output vertices are not declared\n");
+        break;
+    default: break;
+    }
+}
+
 // -- Assembly ---------------------------------------------------------------------------------------------------------
 
 // An unused function keeps its place with a body that only returns zero.
@@ -344,6 +372,7 @@ void Compiler::create_opcodes(uint32_t profile, uint32_t version, const char *ma
     if(execution_model == SpvExecutionModelGLCompute && group_size[2] == 0) {
         Parser::error("work group size is not declared\n");
     }
+    validate_modes();
     functions[entry_function].usage = true;
 
     // whatever bodies need of types and constants has to stand before the first function
@@ -437,17 +466,23 @@ void Compiler::create_opcodes(uint32_t profile, uint32_t version, const char *ma
     create_decorations();
     opcodes.append(section.get(), section.size());
 
-    // pointers of locals and parameters too: none may come between two functions
     for(uint32_t i = 0; i < variables.size(); i++) {
         Variable &variable = variables[i];
-        if(variable.structure != ~0u || variable.argument != ~0u) continue;
+        if(variable.structure != ~0u || variable.function != ~0u) continue;
         if(variable.decorations.has(SpvDecorationConstant)) continue;
         const uint32_t pointer = add_variable_pointer(variable);
-        if(variable.function != ~0u) continue;
         if(variable.initializer == ~0u)
             add_opcode(SpvOpVariable, {pointer, variable.target, variable.storage});
         else
             add_opcode(SpvOpVariable, {pointer, variable.target, variable.storage, variable.initializer});
+    }
+    // pointers of locals and parameters too: none may come between two functions
+    for(uint32_t i = 0; i < functions.size(); i++) {
+        const Function &func = functions[i];
+        for(uint32_t j = 0; j < func.variables.size(); j++) add_variable_pointer(variables[func.variables[j]]);
+        for(uint32_t j = 0; j < func.arguments.size(); j++) {
+            if(func.arguments[j].pass != PassIn) add_variable_pointer(variables[func.arguments[j].variable]);
+        }
     }
 
     create_function(functions[entry_function]);

@@ -149,7 +149,9 @@ void Compiler::add_swizzle(const String &name, Operand &operand, Function &func)
     }
     const uint32_t size = name.size();
     const bool vector = get_type_width(get_target_flags(operand.type)) > 1;
-    if(operand.pointer != ~0u && vector && size == 1) {
+    // One component of a local vector is read from the whole of it, which an inlined function can do without memory.
+    const bool local = (operand.storage == SpvStorageClassFunction && operand.num_indices == 0);
+    if(operand.pointer != ~0u && vector && size == 1 && !local) {
         operand.num_swizzle = 0;
         add_index(operand, add_constanti32(components[0]), get_target_type(operand.type), func);
     } else if(operand.reference != ~0u && vector && size == 1) {
@@ -345,6 +347,10 @@ uint32_t Compiler::get_pointer(const Operand &operand, Function &func) {
 }
 
 void Compiler::fix_pointer(Operand &operand, Function &func) {
+    if(operand.pointer != ~0u && operand.num_swizzle == 1) {
+        operand.num_swizzle = 0;
+        add_index(operand, add_constanti32(operand.swizzle[0]), get_target_type(operand.type), func);
+    }
     if(operand.pointer == ~0u || operand.num_indices == 0) return;
     operand.pointer = get_pointer(operand, func);
     operand.root = operand.type;
@@ -384,6 +390,11 @@ void Compiler::store(const Operand &operand, uint32_t value, Function &func) {
     if(operand.num_swizzle) {
         // The whole vector is written back, with its new components taken from behind the old ones.
         Operand whole = operand;
+        if(operand.num_swizzle == 1 && operand.pointer != ~0u) {
+            fix_pointer(whole, func);
+            add_store(func, whole.pointer, value);
+            return;
+        }
         whole.num_swizzle = 0;
         whole.writeonly = false;
         fix_pointer(whole, func);

@@ -249,6 +249,8 @@ Compiler::Variable &Compiler::add_local(Function &func, const String &name, cons
 
 // -- Built-ins --------------------------------------------------------------------------------------------------------
 
+uint32_t Compiler::get_distance_length(const char *name) const { return get_used_length(source, name, 8); }
+
 // Fills the line of a row, see KolmCompilerBuiltins.inc.
 void Compiler::get_builtin_line(const char *line, String &text) const {
     for(const char *s = line; *s; s++) {
@@ -260,8 +262,8 @@ void Compiler::get_builtin_line(const char *line, String &text) const {
             const uint32_t *value = execution_modes.get(mode);
             return value ? *value : 0u;
         };
-        const uint32_t clip = get_used_length(source, "gl_ClipDistance", 8);
-        const uint32_t cull = get_used_length(source, "gl_CullDistance", 8);
+        const uint32_t clip = get_distance_length("gl_ClipDistance");
+        const uint32_t cull = get_distance_length("gl_CullDistance");
         uint32_t value = 0;
         switch(*++s) {
         case 'v': value = get_input_vertices(); break;

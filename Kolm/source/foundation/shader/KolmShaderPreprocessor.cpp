@@ -112,7 +112,8 @@ struct ShaderPreprocessor : NoCopy {
             if(Source::isSource(path.get())) name = std::move(path);
         }
         Source stream;
-        return stream.open(name.get(), true, false) && read_text(stream, text, Shader::State::MaxLength);
+        return Source::isSource(name.get()) && stream.open(name.get(), true, false) &&
+               read_text(stream, text, Shader::State::MaxLength);
     }
 
 private:
