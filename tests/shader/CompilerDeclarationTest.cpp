@@ -73,6 +73,7 @@ TEST(CompilerDeclaration, messages_of_qualifiers) {
         {Shader::TypeFragment, "layout(location = 0,) in float a;", "invalid layout qualifiers\n"},
         {Shader::TypeFragment, "layout(rgba8) in float a;", "unused format qualifier\n"},
         {Shader::TypeFragment, "layout(location = 0) vec4 a;", "unused layout qualifier\n"},
+        {Shader::TypeFragment, "layout(binding = 0) const buffer B { float a; };", "unused decoration qualifier\n"},
         {Shader::TypeGeometry, "layout(points) in; layout(max_vertices = 3) out;", "invalid output primitive\n"},
         {Shader::TypeGeometry, "layout(points, max_vertices = 3) out;", "invalid input primitive\n"},
         {Shader::TypeGeometry, "layout(points, lines) in; layout(points, max_vertices = 3) out;",

@@ -452,6 +452,7 @@ uint32_t Compiler::parse_local_members(const char *&s, const String &name, Scope
 void Compiler::parse_block(const char *&s, const String &name, Qualifiers &qualifiers) {
     uint32_t storage = qualifiers.storage;
     if(qualifiers.structure == ~0u) Parser::error("unexpected \"%s\"\n", name.get());
+    if(qualifiers.has(SpvDecorationConstant)) Parser::error("unused decoration qualifier\n");
     if(qualifiers.push_constant) {
         if(storage != SpvStorageClassUniform) Parser::error("invalid layout qualifiers\n");
         storage = SpvStorageClassPushConstant;
