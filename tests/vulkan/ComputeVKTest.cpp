@@ -180,6 +180,7 @@ TEST_F(ComputeVKTest, objects_created_anew) {
     compute->setStorageBuffer(0, buffer.get());
     compute->setUniform(0, Params{64, 3, {}});
     compute->dispatch(64, 1, 1);
+    buffer->clear();
     ASSERT_TRUE(buffer->create(storage_flags, 256));
     ASSERT_TRUE(device->clearBuffer(buffer.get()));
     ASSERT_TRUE(kernel->create());
@@ -191,6 +192,28 @@ TEST_F(ComputeVKTest, objects_created_anew) {
     ASSERT_TRUE(buffer->create(storage_flags, 256));
     device->releaseKernel(kernel.get());
     compute->dispatch(64, 1, 1);
+}
+
+// More sets in one frame than a pool of descriptors has.
+TEST_F(ComputeVKTest, descriptor_pools_grow) {
+    KernelPtr kernel = create_add_kernel();
+    ASSERT_TRUE(kernel);
+    BufferPtr buffers[2] = {createBuffer(storage_flags, std::vector<uint32_t>(64, 0)),
+                            createBuffer(storage_flags, std::vector<uint32_t>(64, 0))};
+    ComputePtr compute = createCompute();
+    compute->setKernel(kernel.get());
+    compute->setUniform(0, Params{64, 1, {}});
+    constexpr uint32_t num = 17000;
+    for(uint32_t frame = 0; frame < 2; frame++) {
+        for(uint32_t i = 0; i < num; i++) {
+            compute->setStorageBuffer(0, buffers[i % 2].get());
+            compute->dispatch((i < num - 2) ? 0 : 64, 1, 1);
+        }
+        ASSERT_TRUE(device->finish());
+    }
+    EXPECT_EQ(static_cast<VKCompute *>(compute.get())->getNumDescriptors(), num * 2);
+    compute.reset();
+    for(const BufferPtr &buffer : buffers) EXPECT_EQ(getWords(buffer.get()), std::vector<uint32_t>(64, 2));
 }
 
 // A Read buffer that shaders write needs no copy.

@@ -172,7 +172,6 @@ bool VKBuffer::create_memory(const void *next) {
 }
 
 bool VKBuffer::create(Flags flags, size_t size, Format format) {
-    clear();
     if(!init(flags, size, format)) return false;
     const uint32_t pixel_size = getFormatPixelSize(format);
     if((flags & FlagTexel) && (pixel_size == 0 || pixel_size > 64 || getVKFormat(format) == VK_FORMAT_UNDEFINED)) {
@@ -269,6 +268,7 @@ bool VKBuffer::create_objects() {
         info.buffer = buffer;
         buffer_address = vkGetBufferDeviceAddress(device, &info);
     }
+    if(buffer_name) setName(String(buffer_name).get());
     return true;
 }
 
@@ -281,7 +281,6 @@ bool VKBuffer::create(VKContext *set_context, Flags flags, const void *data, siz
 
 bool VKBuffer::create(Flags flags, size_t size, VkBuffer handle, VkAccessFlags access) {
     KOLM_ASSERT(handle && "VKBuffer::create(): buffer is null");
-    clear();
     if(!init(flags | FlagExtern, size, FormatUnknown)) return false;
     buffer = handle;
     buffer_access = access;
@@ -292,7 +291,6 @@ bool VKBuffer::create(Flags flags, size_t size, VkBuffer handle, VkAccessFlags a
 
 bool VKBuffer::create(Buffer *src) {
     VKBuffer *src_buffer = cast<VKBuffer>(src);
-    clear();
     if(!init(src)) return false;
     const String description = getDescription();
     const bool is_shared = (src_buffer->shared_ptr != nullptr);
