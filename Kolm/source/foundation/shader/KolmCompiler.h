@@ -409,6 +409,7 @@ private:
     friend class CompilerTest;
 
     using Words = std::initializer_list<uint32_t>;
+    using TypeText = StringStack<64>; // most names of types fit into it
 
     // -- KolmCompiler.cpp -------------------------------------------------------------------------------------------
 
@@ -601,7 +602,7 @@ private:
     uint32_t get_storage_stages(uint32_t storage) const;
     /// Internal name of the type that begins at \p s, which is moved behind it; empty if none does. The form of
     /// tensors is read up to its ">".
-    String parse_type(const char *&s, const Scope *scope, bool internal = false);
+    TypeText parse_type(const char *&s, const Scope *scope, bool internal = false);
     /// "[n]" and "[]" at \p s, added to \p lengths from the outermost on. "[]" gives 0.
     void parse_array_lengths(const char *&s, Array<uint32_t> &lengths, const Scope *scope);
     /// The same into the internal form: returns the outermost length or ~0, the others go into \p type.

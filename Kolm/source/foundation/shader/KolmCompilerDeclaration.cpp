@@ -123,10 +123,10 @@ String Compiler::read_item(const char *&s, char end) {
     return String(text.get());
 }
 
-String Compiler::parse_type(const char *&s, const Scope *scope, bool internal) {
+Compiler::TypeText Compiler::parse_type(const char *&s, const Scope *scope, bool internal) {
     Text::skip_blank(s);
     const uint32_t length = Text::get_name_length(s);
-    if(length == 0) return String();
+    if(length == 0) return TypeText();
     const StringStack<64> name = get_text(s, length);
 
     if(scope) {
@@ -139,9 +139,9 @@ String Compiler::parse_type(const char *&s, const Scope *scope, bool internal) {
     }
     const char *type = get_internal_name(name);
     if(type == nullptr && internal && internal_types.get(name)) type = name.get();
-    if(type == nullptr) return String();
+    if(type == nullptr) return TypeText();
     s += length;
-    if(strcmp(type, "tensor")) return String(type);
+    if(strcmp(type, "tensor")) return TypeText(type);
 
     // coopmat<type, scope, rows, columns, use>
     const char *begin = s;
@@ -343,7 +343,7 @@ void Compiler::parse_members(const char *&s, Structure &structure, const Qualifi
         if((qualifiers.mask & Qualifiers::MaskStorage) && qualifiers.storage != structure.storage) {
             Parser::error("unused storage qualifier\n");
         }
-        const String base = parse_type(s, scope, internal_text);
+        const TypeText base = parse_type(s, scope, internal_text);
         if(base.empty()) Parser::error("unexpected \"%s\"\n", Text::get_token(s).get());
         ArrayStack<uint32_t, 8> type_lengths;
         parse_array_lengths(s, type_lengths, scope);
@@ -354,7 +354,7 @@ void Compiler::parse_members(const char *&s, Structure &structure, const Qualifi
             ArrayStack<uint32_t, 8> lengths;
             parse_array_lengths(s, lengths, scope);
             lengths.append(type_lengths);
-            String type = base;
+            TypeText type = base;
             const uint32_t length = get_array_type(type, lengths);
             const Flags flags = get_target_flags(add_type(type, ~0u, scope));
             if(has_opaque(flags) || (flags & (FlagVoid | FlagRayQuery)) || strncmp(base.get(), "tensor<", 7) == 0) {
@@ -498,7 +498,7 @@ void Compiler::parse_block(const char *&s, const String &name, Qualifiers &quali
     Text::skip_blank(s);
     if(*s != ';') Parser::error("expecting ';'\n");
     s++;
-    String type = structure.name;
+    TypeText type = structure.name;
     const uint32_t length = get_array_type(type, lengths);
     Qualifiers rest = qualifiers;
     rest.storage = storage;
@@ -679,7 +679,7 @@ uint32_t Compiler::get_implicit_length(const Variable &variable) const {
 
 Compiler::Variable &Compiler::add_global(const String &name, const String &type, uint32_t length,
                                          const Qualifiers &qualifiers) {
-    String full = type;
+    TypeText full = type;
     uint32_t storage = qualifiers.storage;
     const bool constant = qualifiers.has(SpvDecorationConstant);
     if(qualifiers.format != ~0u) {
@@ -855,7 +855,7 @@ void Compiler::parse_declarators(const char *&s, const String &type, const Array
         ArrayStack<uint32_t, 8> lengths;
         parse_array_lengths(s, lengths, &global);
         lengths.append(type_lengths);
-        String full = type;
+        TypeText full = type;
         const uint32_t length = get_array_type(full, lengths);
         Variable &variable = add_global(name, full, length, qualifiers);
 
@@ -903,12 +903,12 @@ void Compiler::parse_redeclaration(const char *&s, const Qualifiers &qualifiers)
 bool Compiler::parse_prototype(const char *&s, const String &type, const String &name, const Qualifiers &qualifiers) {
     struct Parameter {
         StringStack<31> name;
-        String type;
+        StringStack<31> type;
         uint32_t length = ~0u;
         uint32_t pass = PassIn;
         SmallMap decorations;
     };
-    Array<Parameter> parameters;
+    ArrayStack<Parameter, 8> parameters;
     StringStack<64> signature("(");
     StringStack<64> key;
     key.append(type);
@@ -928,7 +928,7 @@ bool Compiler::parse_prototype(const char *&s, const String &type, const String 
             Qualifiers parameter;
             while(parse_qualifier(s, parameter, true))
                 ;
-            String base = parse_type(s, &global, internal_text);
+            TypeText base = parse_type(s, &global, internal_text);
             if(base.empty()) Parser::error("unexpected \"%s\"\n", Text::get_token(s).get());
             ArrayStack<uint32_t, 8> type_lengths;
             parse_array_lengths(s, type_lengths, &global);
@@ -1126,7 +1126,7 @@ void Compiler::parse_global(const char *src, uint32_t &offset, bool internal) {
             continue;
         }
 
-        const String type = parse_type(s, &global, internal);
+        const TypeText type = parse_type(s, &global, internal);
         if(type.empty()) {
             parse_redeclaration(s, qualifiers);
             qualifiers = Qualifiers();
@@ -1145,7 +1145,7 @@ void Compiler::parse_global(const char *src, uint32_t &offset, bool internal) {
             if(qualifiers.mask & ~(Qualifiers::MaskControl | Qualifiers::MaskPrecision | Qualifiers::MaskDecoration)) {
                 qualifiers.check_unused();
             }
-            String result = type;
+            TypeText result = type;
             const uint32_t result_length = get_array_type(result, lengths);
             if(result_length == 0) Parser::error("invalid array length\n");
             if(result_length != ~0u) {

@@ -91,7 +91,7 @@ void Compiler::get_structure_layout(Structure &structure, Packing packing, bool 
     for(uint32_t i = 0; i < structure.variables.size(); i++) {
         const Variable &variable = variables[structure.variables[i]];
         MemberLayout &member = members.append(MemberLayout());
-        String type = variable.type;
+        TypeText type = variable.type;
         bool rows = row_major;
         if(variable.explicit_major) rows = variable.decorations.has(SpvDecorationRowMajor);
         member.info = get_layout(type, variable.length, packing, rows);
@@ -131,7 +131,7 @@ uint32_t Compiler::add_layout_structure(uint32_t index, Packing packing, bool ro
     if(const uint32_t *found = layout_names.get(name)) return *found;
 
     // most structures lie the same in every layout
-    Array<MemberLayout> members;
+    ArrayStack<MemberLayout, 8> members;
     LayoutInfo info;
     get_structure_layout(source, packing, row_major, members, info);
     bool same = (info.alignment == source.alignment && info.stride == source.stride);
@@ -182,13 +182,13 @@ uint32_t Compiler::add_layout_structure(uint32_t index, Packing packing, bool ro
 void Compiler::create_structure(Structure &structure, bool memory) {
     if(structure.variables.empty()) Parser::error("unfinished structure declaration\n");
     if(memory) {
-        Array<MemberLayout> members;
+        ArrayStack<MemberLayout, 8> members;
         LayoutInfo info;
         get_structure_layout(structure, structure.packing, structure.row_major, members, info);
         for(uint32_t i = 0; i < members.size(); i++) {
             Variable &variable = variables[structure.variables[i]];
             const MemberLayout &member = members[i];
-            variable.type = String(member.type.get());
+            variable.type = member.type;
             variable.decorations.append(SpvDecorationOffset, uint32_t(member.offset));
             variable.decorations.remove(SpvDecorationAlignment);
             if(!variable.explicit_major || member.info.matrix_stride == ~0u) {

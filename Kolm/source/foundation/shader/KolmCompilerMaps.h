@@ -205,7 +205,7 @@ public:
     const Item *end() const { return items.get() + items.size(); }
 
 private:
-    Array<Item> items;
+    ArrayStack<Item, 4> items;
 };
 
 /// Growable list whose elements never move, so that references into it last until clear(). Elements outlive clear()

@@ -182,7 +182,10 @@ Compiler::Variable &Compiler::add_variable(const String &name, const String &typ
     variable.target = num_targets++;
     variable.name = name;
     const char *internal = get_internal_name(type);
-    variable.type = internal ? String(internal) : type;
+    if(internal)
+        variable.type.append(internal);
+    else
+        variable.type = type;
     variable.length = length;
     variable.storage = storage;
     variable.scope = scope;
