@@ -70,11 +70,15 @@ def read_png(path):
     return width, height, b"".join(bytes(alpha(row)) for row in rows)
 
 
+def write_chunks(path, header, raw):
+    chunk = lambda kind, body: struct.pack(">I", len(body)) + kind + body + struct.pack(">I", zlib.crc32(kind + body))
+    pathlib.Path(path).write_bytes(b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", header) + chunk(b"IDAT", zlib.compress(raw)) +
+                                   chunk(b"IEND", b""))
+
+
 def write_png(path, width, height, pixel):
     raw = b"".join(b"\0" + b"".join(bytes(pixel(x, y)) for x in range(width)) for y in range(height))
-    chunk = lambda kind, body: struct.pack(">I", len(body)) + kind + body + struct.pack(">I", zlib.crc32(kind + body))
-    pathlib.Path(path).write_bytes(b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", struct.pack(">IIBBBBB", width, height, 8, 6, 0, 0, 0)) +
-                                   chunk(b"IDAT", zlib.compress(raw)) + chunk(b"IEND", b""))
+    write_chunks(path, struct.pack(">IIBBBBB", width, height, 8, 6, 0, 0, 0), raw)
 
 
 HEAD = """layout(local_size_x = 8, local_size_y = 8) in;
@@ -250,6 +254,20 @@ def pictures_equal_the_reference(folder):
         check((w, h, data) == (37, 21, expected), "picture from an input")
 
 
+def pictures_of_other_kinds(folder):
+    (folder / "copy.comp").write_text(compute("pixels[id.y * width + id.x] = input_pixels[id.y * width + id.x];"))
+    for name, color, depth, pixel, expected in (
+            ("grey", 0, 8, lambda x: bytes((x * 8,)), lambda x: (x * 8,) * 3 + (255,)),
+            ("grey with alpha", 4, 8, lambda x: bytes((x * 8, 255 - x)), lambda x: (x * 8,) * 3 + (255 - x,)),
+            ("colour", 2, 8, lambda x: bytes((x, x * 2, x * 3)), lambda x: (x, x * 2, x * 3, 255)),
+            ("16 bits", 2, 16, lambda x: struct.pack(">HHH", x * 257, 65535, 0), lambda x: (x, 255, 0, 255))):
+        raw = b"".join(b"\0" + b"".join(pixel(x) for x in range(16)) for _ in range(4))
+        write_chunks(folder / "in.png", struct.pack(">IIBBBBB", 16, 4, depth, color, 0, 0, 0), raw)
+        run = ostrevan("run", folder / "copy.comp", "-i", folder / "in.png", "-o", folder / "out.png")
+        data = read_png(folder / "out.png")[2] if run.returncode == 0 else b""
+        check(data == b"".join(bytes(expected(x)) for x in range(16)) * 4, f"input picture: {name}", run)
+
+
 def failures_of_run(folder):
     (folder / "ok.comp").write_text(compute("pixels[id.y * width + id.x] = 1u;"))
     whole = folder / "whole.png"
@@ -302,6 +320,7 @@ with tempfile.TemporaryDirectory() as name:
     if GPU:
         info_tells_the_adapters()
         pictures_equal_the_reference(folder())
+        pictures_of_other_kinds(folder())
         failures_of_run(folder())
 print(f"{checks} checks, {len(faults)} faults")
 sys.exit(1 if faults else 0)

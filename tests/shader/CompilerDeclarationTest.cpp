@@ -260,6 +260,9 @@ TEST(CompilerDeclaration, offsets_of_errors) {
         {"float a;\nfloat b = Unknown;\nvoid main() {}", "float b"},
         {"float a;\nstruct S { float x; Unknown y; };\nvoid main() {}", "struct"},
         {"#version 450\n#pragma x\nvoid main() {}", "#pragma"},
+        {"void main() {}\nlayout(location = 0) in vec4 a;\nin vec4 b;\nfloat c;", "in vec4 b"},
+        {"float c;\nlayout(location = 0) in vec4 a;\nlayout(location = 0) in vec4 b;\nvoid main() {}",
+         "layout(location = 0) in vec4 b"},
     };
     for(const auto &row : rows) {
         const CompiledShader shader(Shader::TypeVertex, row.src);

@@ -118,6 +118,17 @@ int parse(int argc, char **argv, Options &options) {
     return -1;
 }
 
+// Plain RGBA; a picture of one or two components is grey, with alpha.
+Image to_rgba(const Image &image) {
+    const uint32_t components = image.getComponents();
+    Image ret = (image.getFormat() == FormatRGBAu8n) ? image : image.toFormat(FormatRGBAu8n);
+    if(!ret || components > 2) return ret;
+    if(components == 2) ret.copy(ret, 3, 1);
+    ret.copy(ret, 1, 0);
+    ret.copy(ret, 2, 0);
+    return ret;
+}
+
 int fail(const char *what, const char *name) {
     fprintf(stderr, "ostrevan run: %s \"%s\"\n", what, name);
     return ExitFailed;
@@ -133,7 +144,7 @@ int runCommand(int argc, char **argv) {
     Image input;
     if(options.input) {
         if(!input.load(options.input)) return fail("can't load", options.input);
-        if(input.getFormat() != FormatRGBAu8n) input = input.toFormat(FormatRGBAu8n);
+        input = to_rgba(input);
         if(!input || !input.is2DType()) return fail("no picture of plain pixels in", options.input);
         if(input.getWidth() > MaxSize || input.getHeight() > MaxSize)
             return fail("too large a picture in", options.input);

@@ -233,7 +233,7 @@ public:
             type.clear();
             value.clear();
             index = target = length = storage = structure = function = argument = ~0u;
-            member = type_target = constant = initializer = ~0u;
+            member = type_target = constant = initializer = src_offset = ~0u;
             decorations.clear();
             scope = nullptr;
             usage = explicit_major = false;
@@ -255,6 +255,7 @@ public:
         bool explicit_major = false;  // a member that says itself how its matrix lies
         uint32_t type_target = ~0u;   // id of its type with the length, once it is known
         SmallMap decorations;         // decoration to value, ~0 for one without; 22 marks a constant
+        uint32_t src_offset = ~0u;    // of the declaration of a global in the text
         const Scope *scope = nullptr; // last scope from which it was seen
         bool usage = false;
     };

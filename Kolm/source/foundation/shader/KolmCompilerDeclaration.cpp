@@ -709,6 +709,7 @@ Compiler::Variable &Compiler::add_global(const String &name, const String &type,
     if(qualifiers.push_constant && storage != SpvStorageClassPushConstant) Parser::error("invalid layout qualifiers\n");
 
     Variable &variable = add_variable(name, full, length, storage, name.size() ? &global : nullptr);
+    variable.src_offset = *source_offset;
     for(const auto &item : qualifiers.decorations) {
         // what belongs to members, to the layout, or to nothing in the module
         if(item.key == SpvDecorationRowMajor || item.key == SpvDecorationColMajor) continue;

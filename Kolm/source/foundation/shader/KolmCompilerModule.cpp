@@ -93,6 +93,8 @@ void Compiler::validate_decorations() {
              variable.storage == SpvStorageClassStorageBuffer);
         if(!interface && !resource) continue;
 
+        // an error stands where the variable does
+        *source_offset = variable.src_offset;
         const uint32_t element = get_element_type(variable.type);
         const Structure *structure = nullptr;
         if(get_target_flags(element) & FlagStructure) structure = &get_structure(element);
@@ -131,6 +133,7 @@ void Compiler::validate_decorations() {
             }
         }
     }
+    *source_offset = ~0u;
 }
 
 // Whether the outer array of an interface variable counts vertices or primitives.
@@ -494,6 +497,7 @@ void Compiler::create_opcodes(uint32_t profile, uint32_t version, const char *ma
 
 void Compiler::create_function(Function &func) {
     Depth level(*this);
+    if(func.src) *source_offset = func.src_offset;
     if(func.creating) Parser::error("function %s%s) is recursive\n", func.name.get(), func.signature.get());
     if(func.src == nullptr && func.usage)
         Parser::error("unknown function %s%s)\n", func.name.get(), func.signature.get());

@@ -184,6 +184,7 @@ uint32_t Compiler::add_texture_call(Call &call) {
     if(offset != ~0u) {
         const bool constant = (get_constant(offset) != nullptr);
         if(!constant && !gather) call.invalid();
+        if((form & TextureOffsets) && (!constant || get_type(offset) != add_type("i32v2", 4))) call.invalid();
         if(!constant || (form & TextureOffsets)) add_capability(SpvCapabilityImageGatherExtended);
         mask |= (form & TextureOffsets) ? SpvImageOperandsConstOffsets
                 : constant              ? SpvImageOperandsConstOffset
