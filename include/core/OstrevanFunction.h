@@ -146,6 +146,9 @@ private:
             return f(std::forward<Args>(args)...);
         };
     }
+    // GCC sees the branch for virtual members also for classes that have none.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Warray-bounds"
     template<class Class, class Member> void set_member(Class *object, Member member) {
         static_assert(sizeof(member) <= sizeof(func), "unknown kind of member function pointer");
         if(member == nullptr) return;
@@ -157,6 +160,7 @@ private:
             return (static_cast<Class *>(const_cast<void *>(self.c))->*f)(std::forward<Args>(args)...);
         };
     }
+#pragma GCC diagnostic pop
     template<class Functor> void set_lambda(const Functor &functor) { set_holder(new Lambda<Functor>(functor)); }
     void set_holder(LambdaBase *holder) {
         lambda = holder;

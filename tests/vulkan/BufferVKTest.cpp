@@ -1,5 +1,6 @@
 // Buffers on the device: memory, uploads, read-back, fills and copies against the same work on plain memory.
 
+#include <algorithm>
 #include <random>
 #include <string.h>
 
@@ -233,6 +234,32 @@ TEST_F(BufferVKTest, constant_memory_over_frames) {
         if(frame == 10) allocations = getAdapter()->getTotalAllocations();
     }
     EXPECT_EQ(getAdapter()->getTotalAllocations(), allocations);
+}
+
+// Each size class and the transient memory fail with lines, and nothing is lost.
+TEST_F(BufferVKTest, out_of_memory) {
+    BufferPtr target = createBuffer(Buffer::FlagSource, 80 << 20);
+    ASSERT_TRUE(device->clearBuffer(target.get()));
+    getAdapter()->setMemoryLimit(1 << 20);
+    for(const size_t size : {size_t(1000), size_t(1000000), size_t(20 << 20)}) {
+        EXPECT_FALSE(createBuffer(Buffer::FlagStorage, size)) << size;
+        EXPECT_FALSE(createBuffer(Buffer::FlagWrite, std::max(size, size_t(2 << 20)))) << size;
+    }
+    // Uploads go on with the memory that is there, if need be after a wait.
+    std::vector<uint32_t> words(target->getSize() / 4);
+    for(size_t i = 0; i < words.size(); i++) words[i] = uint32_t(i * 7);
+    EXPECT_TRUE(device->setBuffer(target.get(), words.data()));
+    EXPECT_TRUE(device->setBuffer(target.get(), words.data()));
+    EXPECT_TRUE(getWords(target.get()) == words);
+    getAdapter()->setMemoryLimit(~0ull);
+    EXPECT_TRUE(createBuffer(Buffer::FlagStorage, 1000));
+    expectLog("VK_ERROR_OUT_OF_DEVICE_MEMORY");
+    expectLog("VKAdapter::HeapMemory::Heap::create(): can't allocate");
+    expectLog("VKAdapter::HeapMemory::allocate(): can't create heap");
+    expectLog("VKAdapter::allocateMemory(): can't allocate");
+    expectLog("VKBuffer::create(): can't allocate");
+    expectLog("CPU syncronization");
+    expectLog("VKContext::");
 }
 
 TEST_F(BufferVKTest, shared_memory) {

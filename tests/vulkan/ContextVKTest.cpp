@@ -252,6 +252,37 @@ TEST_F(ContextVKTest, command_devices) {
     EXPECT_EQ(getWords(buffer.get())[7], 4u);
 }
 
+// Devices that lack one of the extensions work without it.
+TEST_F(ContextVKTest, hidden_extensions) {
+    const std::vector<uint32_t> words = compile(R"(#version 450
+        layout(local_size_x = 1) in;
+        layout(std430, binding = 0) buffer Data { uint data; };
+        void main() { data += 1u; })");
+    for(const char *name : {
+#define VK_EXTENSION(NAME, FLAG, CORE) NAME,
+#include "VKExtensions.inc"
+        }) {
+        SCOPED_TRACE(name);
+        device.reset();
+        offscreen.reset();
+        VK::hideAdapterExtension(nullptr);
+        VK::hideAdapterExtension(name);
+        offscreen.reset(new VKOffscreen());
+        ASSERT_TRUE(offscreen->create());
+        device.reset(new VKDevice(offscreen.get()));
+        KernelPtr kernel = createKernel(words, 0, 1);
+        BufferPtr buffer = createBuffer(Buffer::FlagStorage | Buffer::FlagSource, std::vector<uint32_t>(1, 41));
+        ASSERT_TRUE(kernel && buffer);
+        ComputePtr compute = createCompute();
+        compute->setKernel(kernel.get());
+        compute->setStorageBuffer(0, buffer.get());
+        compute->dispatch(1, 1, 1);
+        compute.reset();
+        EXPECT_EQ(getWords(buffer.get())[0], 42u);
+    }
+    VK::hideAdapterExtension(nullptr);
+}
+
 TEST_F(ContextVKTest, outside_device) {
     // The device that this test made is the outside one.
     VKOffscreen wrapped;

@@ -108,6 +108,8 @@ void Compiler::clear() {
     constant_indices.clear();
     constants.clear();
     named_constants.clear();
+    named_targets.clear();
+    reference_operands.clear();
     if(constant_slots.size()) memset(constant_slots.get(), 0, constant_slots.bytes());
     array_types.clear();
     array_strides.clear();

@@ -118,6 +118,8 @@ public:
     static constexpr uint32_t KolmVersion = 20;
 
     // Limits against hostile text.
+    static constexpr uint32_t MaxInline = 4096;         // words of a function that is copied into its callers
+    static constexpr uint32_t MaxViewed = 4096;         // values that one access to a view reads or writes
     static constexpr uint32_t MaxDepth = 256;           // nesting of parentheses, blocks, arguments, composites
     static constexpr uint32_t MaxConstants = 1000000;   // values of one constant
     static constexpr uint64_t MaxTypeSize = 0x7FFFFFFF; // bytes of one type
@@ -771,6 +773,7 @@ private:
     /// Local variable of a type by id, which no name finds.
     Variable &add_temporary(uint32_t type, Function &func);
     bool is_opaque_type(uint32_t type) const;
+    uint32_t get_named_target(Variable &variable, const Constant &constant);
 
     // -- KolmCompilerReference.cpp ----------------------------------------------------------------------------------
 
@@ -952,6 +955,7 @@ private:
     TargetMap<Target> targets;
     TargetMap<uint32_t> constant_indices; // id to index in constants
     StableArray<Constant> constants;
+    Array<uint32_t> named_targets;         // of each named constant: id of its value, ~0 until it is used
     StableArray<Constant> named_constants; // values of constant variables
     Array<uint32_t> constant_slots;        // hash table of constant ids
     Array<uint32_t> array_types;           // ids of array types, in order of their making

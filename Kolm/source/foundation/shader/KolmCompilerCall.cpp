@@ -247,6 +247,7 @@ bool Compiler::inline_function(const Function &callee, const Operands &args, uin
         if(callee.arguments[i].pass != PassIn) return false;
     }
     const Array<uint32_t> &opcodes = callee.opcodes;
+    if(opcodes.size() > MaxInline) return false;
     for(uint32_t i = 0; i < opcodes.size(); i += get_size(opcodes[i])) {
         if(is_block_opcode(get_opcode(opcodes[i]))) return false;
     }

@@ -26,6 +26,14 @@ uint32_t Compiler::get_operand_type(const Operand &operand) {
     return add_type(get_vector_flags(get_target_flags(operand.type), operand.num_swizzle));
 }
 
+// Large tables are looked up by value once.
+uint32_t Compiler::get_named_target(Variable &variable, const Constant &constant) {
+    const uint32_t index = variable.constant;
+    if(index >= named_targets.size()) named_targets.resize(index + 1, ~0u, true);
+    if(named_targets[index] == ~0u) named_targets[index] = add_constant(add_variable_type(variable), constant);
+    return named_targets[index];
+}
+
 // -- Names ------------------------------------------------------------------------------------------------------------
 
 bool Compiler::parse_variable(const String &name, Operand &operand, Scope *scope) {
@@ -34,7 +42,7 @@ bool Compiler::parse_variable(const String &name, Operand &operand, Scope *scope
     Variable &variable = variables[index];
     if(variable.decorations.has(SpvDecorationConstant)) {
         if(const Constant *constant = get_constant(variable)) {
-            operand = get_operand(add_constant(add_variable_type(variable), *constant));
+            operand = get_operand(get_named_target(variable, *constant));
             return true;
         }
         operand.constant = true;

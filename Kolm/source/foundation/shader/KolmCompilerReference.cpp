@@ -143,10 +143,12 @@ uint32_t Compiler::get_reference_pointer(const Operand &operand, uint32_t offset
 }
 
 uint32_t Compiler::load_reference(const Operand &operand, Function &func) {
+    if(get_type_scalars(operand.type) > MaxViewed) Parser::error("can't address reference\n");
     return compose_reference(operand.type, operand, operand.offset, func);
 }
 
 void Compiler::store_reference(const Operand &operand, uint32_t value, Function &func) {
+    if(get_type_scalars(operand.type) > MaxViewed) Parser::error("can't address reference\n");
     decompose_reference(operand.type, value, operand, operand.offset, func);
 }
 
@@ -160,7 +162,6 @@ uint32_t Compiler::compose_reference(uint32_t type, const Operand &operand, uint
             count = structure              ? get_target_structure(type).variables.size()
                     : (flags & FlagMatrix) ? get_type_columns(flags)
                                            : get_type_width(flags);
-        if(count > 4096) Parser::error("can't address reference\n");
         Array<uint32_t> values;
         for(uint32_t i = 0; i < count; i++) {
             if(structure) {
@@ -199,7 +200,6 @@ void Compiler::decompose_reference(uint32_t type, uint32_t value, const Operand 
             count = structure              ? get_target_structure(type).variables.size()
                     : (flags & FlagMatrix) ? get_type_columns(flags)
                                            : get_type_width(flags);
-        if(count > 4096) Parser::error("can't address reference\n");
         for(uint32_t i = 0; i < count; i++) {
             const uint32_t part = add_extract_opcode(func, value, i);
             if(structure) {

@@ -26,6 +26,7 @@ String VK::extensions;
 Array<String> VK::context_extensions;
 Array<String> VK::adapter_extensions;
 Array<void *> VK::adapter_features;
+String VK::hidden_extensions;
 
 namespace {
 
@@ -395,6 +396,15 @@ bool VK::checkExtension(const char *name) { return checkName(extensions, name); 
 
 void VK::addContextExtension(const char *name) { context_extensions.append(String(name)); }
 void VK::addAdapterExtension(const char *name) { adapter_extensions.append(String(name)); }
+void VK::hideAdapterExtension(const char *name) {
+    if(name == nullptr) {
+        hidden_extensions.release();
+        return;
+    }
+    hidden_extensions += " ";
+    hidden_extensions += name;
+    hidden_extensions += " ";
+}
 void VK::addAdapterFeatures(void *features) { adapter_features.append(features); }
 
 PFN_vkVoidFunction VK::getProcAddress(const char *name) {

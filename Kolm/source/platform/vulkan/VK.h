@@ -77,6 +77,10 @@ public:
     /// Full names to be enabled at the next open() and at the creation of adapters after the call.
     static void addContextExtension(const char *name);
     static void addAdapterExtension(const char *name);
+    /// From the next open() on it is as if no device had the extension, whose name is without "VK_". For drivers whose
+    /// extension does harm, and for tests. Null shows all again.
+    static void hideAdapterExtension(const char *name);
+    static bool isHiddenExtension(const char *name) { return checkName(hidden_extensions, name); }
     /// A feature record, chained into every device creation after the call. The caller keeps it alive.
     static void addAdapterFeatures(void *features);
 
@@ -122,6 +126,7 @@ private:
     static Array<String> context_extensions;
     static Array<String> adapter_extensions;
     static Array<void *> adapter_features;
+    static String hidden_extensions; // names between blanks
 };
 
 } // namespace Kolm

@@ -70,8 +70,16 @@ bool VKAdapter::load_extensions() {
 static bool is_core(uint32_t version, uint32_t core) { return core && version >= core; }
 
 void VKAdapter::load_flags(uint32_t core_version) {
-#define VK_EXTENSION(NAME, FLAG, CORE) FLAG = checkExtension(NAME) || is_core(core_version, CORE);
+#define VK_EXTENSION(NAME, FLAG, CORE) \
+    FLAG = !VK::isHiddenExtension(NAME) && (checkExtension(NAME) || is_core(core_version, CORE));
 #include "VKExtensions.inc"
+    // An extension stands on others.
+    has_spirv_1_4 &= has_shader_float_controls;
+    has_acceleration_structure &=
+        has_deferred_host_operations && has_buffer_device_address && has_descriptor_indexing_ext;
+    has_ray_tracing_pipeline &= has_acceleration_structure && has_spirv_1_4;
+    has_ray_query &= has_acceleration_structure && has_spirv_1_4;
+    has_mesh_shader_ext &= has_spirv_1_4;
     // The marker extension is the fallback for debug utils and can't be enabled beside them.
     if(VK::hasDebugUtils()) has_debug_marker_ext = false;
 }

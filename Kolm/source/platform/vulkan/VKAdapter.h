@@ -124,6 +124,8 @@ public:
     /// Number of vkAllocateMemory() results that live now, and since creation.
     uint32_t getNumAllocations() const { return uint32_t(num_allocations.load_relaxed()); }
     uint32_t getTotalAllocations() const { return uint32_t(total_allocations.load_relaxed()); }
+    /// Allocations above \p size bytes each fail as if the device had no memory left. ~0 for no limit.
+    void setMemoryLimit(uint64_t size) { memory_limit = size; }
     /// vkAllocateMemory() and vkFreeMemory() with the counters; device addresses are enabled where the device has them.
     VkResult allocateDeviceMemory(uint32_t type, uint64_t size, const void *next, VkDeviceMemory &memory);
     void freeDeviceMemory(VkDeviceMemory memory);
@@ -234,6 +236,7 @@ private:
     uint32_t num_queue_locks = 0;
 
     Atomici32 num_contexts;
+    uint64_t memory_limit = ~0ull; // bytes of one allocation
     Atomici32 num_allocations;
     Atomici32 total_allocations;
     HeapMemory small_memory[VK_MAX_MEMORY_TYPES];

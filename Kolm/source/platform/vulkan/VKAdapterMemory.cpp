@@ -58,6 +58,7 @@ VkResult VKAdapter::allocateDeviceMemory(uint32_t type, uint64_t size, const voi
     info.allocationSize = size;
     info.memoryTypeIndex = type;
     memory = VK_NULL_HANDLE;
+    if(size > memory_limit) return VK_ERROR_OUT_OF_DEVICE_MEMORY;
     const VkResult result = vkAllocateMemory(device, &info, nullptr, &memory);
     if(result == VK_SUCCESS) {
         num_allocations++;
