@@ -14,11 +14,11 @@ using namespace Kolm;
 
 #if defined(__SANITIZE_ADDRESS__)
 // Drivers and layers leave memory behind when they are unloaded. The library's own is counted after each test.
-extern "C" const char *__asan_default_options() { return "detect_leaks=0"; }
+extern "C" __attribute__((visibility("default"))) const char *__asan_default_options() { return "detect_leaks=0"; }
 #endif
 #if defined(__SANITIZE_THREAD__)
 // The layer and the driver are not built for the sanitizer, which does not see all of their locks.
-extern "C" const char *__tsan_default_suppressions() {
+extern "C" __attribute__((visibility("default"))) const char *__tsan_default_suppressions() {
     return "race:libVkLayer_khronos_validation.so\nrace:libvulkan_lvp.so\n";
 }
 #endif
