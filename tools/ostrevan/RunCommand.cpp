@@ -10,6 +10,7 @@
 #include <stdlib.h>
 #include <string.h>
 #include <string>
+#include <vector>
 
 using namespace Ostrevan;
 
@@ -129,10 +130,36 @@ Image to_rgba(const Image &image) {
     return ret;
 }
 
-int fail(const char *what, const char *name) {
-    fprintf(stderr, "ostrevan run: %s \"%s\"\n", what, name);
+// Errors of the library are held back: a failure prints one line that begins with what was tried and ends with the
+// first cause. Warnings are for the user at once.
+std::vector<std::string> errors;
+
+bool hold_errors(Log::Level level, size_t, const char *text, void *) {
+    if(level <= Log::Error)
+        errors.push_back(text);
+    else if(level == Log::Warning)
+        fputs(text, stderr);
+    return true;
+}
+
+int fail(const std::string &what) {
+    std::string line = "ostrevan run: " + what;
+    if(!errors.empty()) line += ": " + errors[0];
+    while(line.back() == '\n') line.pop_back();
+    for(size_t pos; (pos = line.find('\n')) != std::string::npos;) line.replace(pos, 1, ": ");
+    fprintf(stderr, "%s\n", line.c_str());
     return ExitFailed;
 }
+
+// What the compiler and the preprocessor said of the shader, with file and line. The compiler's own first line says
+// nothing that the shader's does not.
+void print_errors() {
+    for(const std::string &error : errors) {
+        if(error.compare(0, 10, "Compiler::") != 0) fputs(error.c_str(), stderr);
+    }
+}
+
+std::string quote(const char *name) { return std::string("\"") + name + "\""; }
 
 } // namespace
 
@@ -141,13 +168,14 @@ int runCommand(int argc, char **argv) {
     const int code = parse(argc, argv, options);
     if(code >= 0) return code;
 
+    Log::setCallback(hold_errors);
     Image input;
     if(options.input) {
-        if(!input.load(options.input)) return fail("can't load", options.input);
+        if(!input.load(options.input)) return fail("can't load " + quote(options.input));
         input = to_rgba(input);
-        if(!input || !input.is2DType()) return fail("no picture of plain pixels in", options.input);
+        if(!input || !input.is2DType()) return fail("no picture of plain pixels in " + quote(options.input));
         if(input.getWidth() > MaxSize || input.getHeight() > MaxSize)
-            return fail("too large a picture in", options.input);
+            return fail("too large a picture in " + quote(options.input));
     }
     if(options.width == 0) {
         options.width = input ? input.getWidth() : 512;
@@ -155,19 +183,22 @@ int runCommand(int argc, char **argv) {
     }
 
     Context context(PlatformVK, options.adapter);
-    if(!context.create()) return ExitFailed;
+    if(!context.create()) return fail("can't open a Vulkan adapter");
     Device device(context);
-    if(!device) return ExitFailed;
+    if(!device) return fail("can't create a device");
 
     // The binding of a slot is its index behind the offset of its kind.
     Kernel kernel = device.createKernel();
     kernel.setUniforms(1).setStorages(2).setStorageOffset(1);
     const Clock::time_point compile_time = Clock::now();
-    if(!kernel.loadShaderGLSL(options.shader, String(options.macros.c_str())))
-        return fail("can't compile", options.shader);
+    const bool compiled = kernel.loadShaderGLSL(options.shader, String(options.macros.c_str()));
+    if(!compiled && errors.empty()) return fail("can't compile " + quote(options.shader));
+    print_errors();
+    if(!compiled) return ExitFailed;
+    errors.clear();
     const double compile = milliseconds(compile_time);
     const Clock::time_point create_time = Clock::now();
-    if(!kernel.create()) return fail("can't create a kernel of", options.shader);
+    if(!kernel.create()) return fail("can't create a kernel of " + quote(options.shader));
     const double create = milliseconds(create_time);
 
     const Parameters parameters = {options.width, options.height, 0, 0.0f};
@@ -179,7 +210,7 @@ int runCommand(int argc, char **argv) {
     Image image;
     if(!pixels || !input_pixels || !device.clearBuffer(pixels) ||
        !image.create2D(FormatRGBAu8n, options.width, options.height))
-        return fail("no memory for the picture", options.output);
+        return fail("no memory for the picture " + quote(options.output));
 
     const Clock::time_point run_time = Clock::now();
     {
@@ -190,11 +221,11 @@ int runCommand(int argc, char **argv) {
         compute.dispatch(options.width, options.height);
         compute.barrier(pixels);
     }
-    if(!device.getBuffer(pixels, image.getData(), size)) return fail("can't run", options.shader);
+    if(!device.getBuffer(pixels, image.getData(), size)) return fail("can't run " + quote(options.shader));
     const double run = milliseconds(run_time);
 
     Blob blob(options.output);
-    if(!image.save(blob)) return fail("can't encode", options.output);
+    if(!image.save(blob)) return fail("can't encode " + quote(options.output));
     if(!writeFile("run", options.output, blob.getData(), blob.getSize())) return ExitFailed;
     if(!options.quiet)
         printf("%s: compiled in %.2f ms (driver %.1f ms), ran in %.1f ms, %ux%u -> %s\n", device.getName().get(),
