@@ -128,7 +128,8 @@ TEST(Image, copy_move_compare) {
     EXPECT_LT(Image(Image::Type2D, FormatRu8, Size(9, 9)).compare(a), 0);
     c = a;
     EXPECT_EQ(a, c);
-    c = std::move(c);
+    Image &same = c; // to itself
+    c = std::move(same);
     EXPECT_EQ(a, c);
 }
 

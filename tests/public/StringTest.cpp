@@ -35,7 +35,8 @@ TEST(PublicString, values) {
                 EXPECT_EQ(text(s1), a);
                 s1.swap(moved);
                 EXPECT_EQ(text(s1) + text(moved), b + a);
-                s1 = s1;
+                String &same = s1; // to itself
+                s1 = same;
                 EXPECT_EQ(text(s1 + "x" + moved), b + "x" + a);
             }
         }

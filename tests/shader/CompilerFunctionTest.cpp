@@ -147,12 +147,11 @@ TEST(CompilerFunction, subgroups) {
         "b = subgroupElect() || subgroupAll(b) || subgroupAny(b) || subgroupAllEqual(iv) || subgroupAllEqual(b);",
         "i = subgroupBroadcast(i, 1); i = subgroupBroadcast(i, u); bv = subgroupBroadcastFirst(bv);",
         "uvec4 m = subgroupBallot(b); b = subgroupInverseBallot(m) || subgroupBallotBitExtract(m, u);",
-        "uvec4 m; u = subgroupBallotBitCount(m) + subgroupBallotInclusiveBitCount(m) + "
-        "subgroupBallotExclusiveBitCount(m) + "
-        "subgroupBallotFindLSB(m) + subgroupBallotFindMSB(m);",
+        "uvec4 m; u = subgroupBallotBitCount(m) + subgroupBallotInclusiveBitCount(m);",
+        "uvec4 m; u = subgroupBallotExclusiveBitCount(m) + subgroupBallotFindLSB(m) + subgroupBallotFindMSB(m);",
         "i = subgroupShuffle(i, u) + subgroupShuffleXor(i, 1u) + subgroupShuffleUp(i, 1) + subgroupShuffleDown(i, u);",
-        "i = subgroupQuadBroadcast(i, 1u) + subgroupQuadSwapHorizontal(i) + subgroupQuadSwapVertical(i) + "
-        "subgroupQuadSwapDiagonal(i);",
+        "i = subgroupQuadBroadcast(i, 1u) + subgroupQuadSwapHorizontal(i);",
+        "i = subgroupQuadSwapVertical(i) + subgroupQuadSwapDiagonal(i);",
     };
     compile_all(Shader::TypeCompute, "", integers, bodies);
     static const char *const legacy[] = {
