@@ -125,7 +125,17 @@ TEST_F(ProgramsVKTest, give_the_expected_words) {
     }
 }
 
-// OSTREVAN_RANDOM_PROGRAMS in the environment asks for more of them, OSTREVAN_RANDOM_SEED for others.
+// The code generator behind lavapipe ends the process on these, by whichever compiler the module was made: a fault of
+// the driver's, seen with LLVM 15.
+static bool is_driver_fault(uint32_t seed) {
+    for(const uint32_t fault : {60649u}) {
+        if(seed == fault) return true;
+    }
+    return false;
+}
+
+// OSTREVAN_RANDOM_PROGRAMS in the environment asks for more of them, OSTREVAN_RANDOM_SEED for others; the seeds are then
+// told as they run, since a driver that ends the process tells none.
 TEST_F(ProgramsVKTest, random_integer_programs) {
     const char *num_text = getenv("OSTREVAN_RANDOM_PROGRAMS");
     const char *seed_text = getenv("OSTREVAN_RANDOM_SEED");
@@ -136,6 +146,8 @@ TEST_F(ProgramsVKTest, random_integer_programs) {
     for(uint32_t i = 0; i * module_size < num_programs; i++) {
         const uint32_t seed = first_seed + i;
         SCOPED_TRACE(testing::Message() << "seed " << seed);
+        if(seed_text) fprintf(stderr, "seed %u\n", seed);
+        if(is_driver_fault(seed)) continue;
         const RandomModule module = create_random_module(seed, module_size);
         KernelPtr kernel = createKernel(module.source, 0, 1);
         if(!kernel) continue;
