@@ -82,27 +82,6 @@ const NumberFunction number_functions[] = {
 #undef NUMBER_1
 #undef NUMBER_N
 
-// Exact while both operands are exact in 53 bits, which covers what people write; one rounding more beyond that.
-float64_t scale_decimal(uint64_t mantissa, int32_t exponent) {
-    static const float64_t powers[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,  1e10, 1e11,
-                                       1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
-    if(mantissa == 0) return 0.0;
-    if(mantissa < (uint64_t(1) << 53)) {
-        if(exponent >= 0 && exponent <= 22) return float64_t(mantissa) * powers[exponent];
-        if(exponent < 0 && exponent >= -22) return float64_t(mantissa) / powers[-exponent];
-    }
-    if(exponent > 330) return HUGE_VAL;
-    if(exponent < -360) return 0.0;
-    long double value = static_cast<long double>(mantissa);
-    long double power = 10.0L;
-    long double scale = 1.0L;
-    for(uint32_t n = uint32_t(exponent < 0 ? -exponent : exponent); n; n >>= 1, power *= power) {
-        if(n & 1) scale *= power;
-    }
-    value = (exponent < 0) ? value / scale : value * scale;
-    return float64_t(value);
-}
-
 uint32_t get_digit(char c) {
     if(c >= '0' && c <= '9') return uint32_t(c - '0');
     if(c >= 'a' && c <= 'f') return uint32_t(c - 'a') + 10;
@@ -115,6 +94,7 @@ uint32_t get_digit(char c) {
 // number: digits, "0x" digits, "0" octal digits, or a float in decimal or hexadecimal form; then a suffix.
 // Suffixes: u, l, ul, s, us; f, lf, hf; either case.
 bool Compiler::parse_literal(const char *&s, Constant &constant) {
+    const char *begin = s;
     const char *p = s;
     const bool hexadecimal = (p[0] == '0' && (p[1] == 'x' || p[1] == 'X'));
     uint64_t mantissa = 0;
@@ -197,7 +177,7 @@ bool Compiler::parse_literal(const char *&s, Constant &constant) {
     } else {
         flags = FlagSInt | Flag32Bit;
     }
-    const char *digits = s;
+    const char *digits = begin;
     p += length;
     if(Text::is_word(*p)) return false;
     const bool octal = !hexadecimal && !(flags & FlagFloat) && *digits == '0' && Text::is_digit(digits[1]);
@@ -214,7 +194,7 @@ bool Compiler::parse_literal(const char *&s, Constant &constant) {
     constant.values.clear();
     if(flags & FlagFloat) {
         const float64_t value = hexadecimal ? ldexp(float64_t(mantissa), max(min(exponent, 100000), -100000))
-                                            : scale_decimal(mantissa, exponent);
+                                            : String::tof64(begin);
         constant.setf64(0, value);
         return true;
     }

@@ -468,7 +468,7 @@ Compiler::Operand Compiler::add_temporary(uint32_t type, uint32_t value, Functio
     const bool constant = (get_constant(value) != nullptr);
     StringStack<31> name;
     if(constant) {
-        name.printf("_a%u", value);
+        name.printf("_a%u.", value); // the dot keeps it apart from names of the shader
         if(const uint32_t *found = func.scope.variables.get(name)) index = *found;
     }
     if(index == ~0u) {
