@@ -1,8 +1,8 @@
 // Atomic integers and pointers, and the spin lock.
 //
 // Every operation is a sequentially consistent read-modify-write. A load is one as well: the value is exchanged with
-// itself, so an atomic must live in writable memory even if it is only read. Where a plain load is enough, and only
-// there, `load_relaxed` says so.
+// itself, so an atomic must live in writable memory even if it is only read. Where a plain access is enough, and only
+// there, `load`, `load_relaxed` and their like say so.
 
 #pragma once
 
@@ -52,8 +52,13 @@ public:
     bool cas(Type expected, Type v) {
         return __atomic_compare_exchange_n(&value, &expected, v, false, __ATOMIC_SEQ_CST, __ATOMIC_SEQ_CST);
     }
-    /// Plain load without any ordering.
+    /// Plain load that keeps its place among all sequentially consistent operations.
+    Type load() const { return __atomic_load_n(&value, __ATOMIC_SEQ_CST); }
+    /// Plain load and store without any ordering.
     Type load_relaxed() const { return __atomic_load_n(&value, __ATOMIC_RELAXED); }
+    void store_relaxed(Type v) { __atomic_store_n(&value, v, __ATOMIC_RELAXED); }
+    /// Plain store that everything written before it precedes.
+    void store_release(Type v) { __atomic_store_n(&value, v, __ATOMIC_RELEASE); }
 
 private:
     mutable Type value = 0;
@@ -71,7 +76,7 @@ public:
     operator Type *() const { return get(); }
     Type *get() const { return reinterpret_cast<Type *>(__atomic_fetch_or(word(), uintptr_t(0), __ATOMIC_SEQ_CST)); }
     Type *operator=(Type *p) {
-        __atomic_exchange_n(&ptr, p, __ATOMIC_SEQ_CST);
+        exchange(p);
         return p;
     }
     AtomicPtr(const AtomicPtr &other) : ptr(other.get()) {}
@@ -85,6 +90,9 @@ public:
     bool cas(Type *expected, Type *p) {
         return __atomic_compare_exchange_n(&ptr, &expected, p, false, __ATOMIC_SEQ_CST, __ATOMIC_SEQ_CST);
     }
+    /// Plain load and store without any ordering.
+    Type *load_relaxed() const { return __atomic_load_n(&ptr, __ATOMIC_RELAXED); }
+    void store_relaxed(Type *p) { __atomic_store_n(&ptr, p, __ATOMIC_RELAXED); }
 
 private:
     using Word __attribute__((may_alias)) = uintptr_t;
