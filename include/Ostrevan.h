@@ -17,6 +17,7 @@
 #include <core/OstrevanMap.h>
 #include <core/OstrevanParser.h>
 #include <core/OstrevanSet.h>
+#include <core/OstrevanSource.h>
 #include <core/OstrevanStream.h>
 #include <core/OstrevanString.h>
 #include <core/OstrevanTree.h>

@@ -111,9 +111,12 @@ struct ShaderPreprocessor : NoCopy {
             String path = Shader::include_paths[i] + name;
             if(Source::isSource(path.get())) name = std::move(path);
         }
+        // Not opened as it stands: under this name there may be a pipe, which would wait with the lock held.
+        const String path = Source::find(name.get());
+        if(path.empty()) return false;
+        name = path;
         Source stream;
-        return Source::isSource(name.get()) && stream.open(name.get(), true, false) &&
-               read_text(stream, text, Shader::State::MaxLength);
+        return stream.open(name.get(), true, false) && read_text(stream, text, Shader::State::MaxLength);
     }
 
 private:
