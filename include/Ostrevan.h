@@ -11,6 +11,7 @@
 #include <core/OstrevanAtomic.h>
 #include <core/OstrevanAutoPtr.h>
 #include <core/OstrevanBlob.h>
+#include <core/OstrevanCache.h>
 #include <core/OstrevanFile.h>
 #include <core/OstrevanFunction.h>
 #include <core/OstrevanLog.h>
