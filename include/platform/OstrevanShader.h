@@ -4,6 +4,7 @@
 
 #include <base/OstrevanForward.h>
 #include <base/OstrevanHandle.h>
+#include <core/OstrevanArray.h>
 #include <platform/OstrevanPlatform.h>
 
 namespace Ostrevan {
@@ -111,6 +112,8 @@ public:
     /// Name and macros of the last load or create.
     String getName() const;
     String getMacros() const;
+    /// Names of the files and includes that the text came from, each once; its own is the first.
+    Array<String> getSources() const;
 
     // Offsets that translators into other languages add to binding numbers, -32768 to 32767, and sizes of fixed
     // interfaces, up to 255.
@@ -157,6 +160,27 @@ public:
     /// Folders in which #include looks for files that are found nowhere else, in the order of their addition.
     static void addIncludePath(const char *path);
     static void clearIncludePaths();
+
+    // Cache of programs: what drivers make of shaders, kept in a folder between runs. It is opened before objects are
+    // created; on a hit the driver compiles nothing. Keys are 40 hexadecimal digits.
+    static bool hasCache();
+    /// Opens the folder of that name, which is made if it is not there; null closes it. False if the reason was logged.
+    static bool setCache(const char *name);
+    static bool loadCache(const String &key, Stream &stream);
+    static bool saveCache(const String &key, Stream &stream);
+    static bool clearCache();
+    /// Loads since it was opened.
+    static uint64_t getNumCacheHits();
+    static uint64_t getNumCacheMisses();
+
+    // Cache of sources: what the library's compiler makes of GLSL, kept in a folder between runs. The text counts as it
+    // is after preprocessing, so that a change of a macro or an include is a miss; so is every text after an update of
+    // the library. Only what compiled is kept. A folder may be shared with the cache of programs.
+    static bool hasSourceCache();
+    static bool setSourceCache(const char *name);
+    static bool clearSourceCache();
+    static uint64_t getNumSourceHits();
+    static uint64_t getNumSourceMisses();
 
     /// The preprocessor alone: no macro but those given and those of all shaders is set. A failure gives an empty
     /// string; so does a text of which nothing is left, hence \p status, which a failure sets to false.

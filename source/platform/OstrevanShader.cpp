@@ -3,6 +3,7 @@
 #include <stdarg.h>
 
 #include "OstrevanPlatformKolm.h"
+#include "OstrevanStreamKolm.h"
 #include "OstrevanStringKolm.h"
 
 namespace Ostrevan {
@@ -54,6 +55,13 @@ const char *Shader::getTypeName(Type type) { return Kolm::Shader::getTypeName(ge
 String Shader::getName() const { return String::StringImpl::TS(impl().ref().getName()); }
 String Shader::getMacros() const { return String::StringImpl::TS(impl().ref().getMacros()); }
 
+Array<String> Shader::getSources() const {
+    Array<String> ret;
+    const Kolm::Array<Kolm::String> &names = impl().ref().getSources();
+    for(uint32_t i = 0; i < names.size(); i++) ret.append(getPublicString(names[i]));
+    return ret;
+}
+
 #define OSTREVAN_SHADER_VALUE(TYPE, NAME)                                 \
     void Shader::set##NAME(TYPE value) { impl().ref().set##NAME(value); } \
     TYPE Shader::get##NAME() const { return impl().ref().get##NAME(); }
@@ -85,6 +93,24 @@ bool Shader::removeInclude(const char *name) { return Kolm::Shader::removeInclud
 void Shader::clearIncludes() { Kolm::Shader::clearIncludes(); }
 void Shader::addIncludePath(const char *path) { Kolm::Shader::addIncludePath(path); }
 void Shader::clearIncludePaths() { Kolm::Shader::clearIncludePaths(); }
+
+bool Shader::hasCache() { return Kolm::Shader::hasCache(); }
+bool Shader::setCache(const char *name) { return Kolm::Shader::setCache(name); }
+bool Shader::loadCache(const String &key, Stream &stream) {
+    return Kolm::Shader::loadCache(getCoreString(key), stream.impl().ref());
+}
+bool Shader::saveCache(const String &key, Stream &stream) {
+    return Kolm::Shader::saveCache(getCoreString(key), stream.impl().ref());
+}
+bool Shader::clearCache() { return Kolm::Shader::clearCache(); }
+uint64_t Shader::getNumCacheHits() { return Kolm::Shader::getNumCacheHits(); }
+uint64_t Shader::getNumCacheMisses() { return Kolm::Shader::getNumCacheMisses(); }
+
+bool Shader::hasSourceCache() { return Kolm::Shader::hasSourceCache(); }
+bool Shader::setSourceCache(const char *name) { return Kolm::Shader::setSourceCache(name); }
+bool Shader::clearSourceCache() { return Kolm::Shader::clearSourceCache(); }
+uint64_t Shader::getNumSourceHits() { return Kolm::Shader::getNumSourceHits(); }
+uint64_t Shader::getNumSourceMisses() { return Kolm::Shader::getNumSourceMisses(); }
 
 String Shader::preprocessor(const char *src, const char *format, ...) {
     Kolm::String macros;

@@ -13,6 +13,8 @@
 namespace Kolm {
 
 SpinLock Shader::lock;
+Cache Shader::cache;
+Cache Shader::source_cache;
 Shader::State Shader::global;
 Map<String, String> Shader::includes;
 Array<String> Shader::include_paths;
@@ -142,6 +144,7 @@ bool Shader::create_source(Type type, const char *src, const char *name, const S
 
     String dest;
     if(!preprocessor(src, dest, state, true)) return false;
+    set_sources(state);
     if(glsl) return compile_glsl(type, dest, state);
     shader_name = state.get_name();
     shader_macros = state.get_macros(false);
@@ -158,6 +161,7 @@ bool Shader::loadSPIRV(Type type, const char *name) {
     State state(global);
     state.set_name(name);
     shader_name = name;
+    shader_sources = {state.get_name()};
     Array<uint32_t> opcodes;
     const size_t size = stream.getSize() / sizeof(uint32_t);
     if(size > State::MaxLength || !stream.readArray(opcodes, uint32_t(size))) {
@@ -170,6 +174,17 @@ bool Shader::loadSPIRV(Type type, const char *name) {
 bool Shader::createSPIRV(Type type, const Array<uint32_t> &data) {
     State state(global);
     return compile(type, data, state);
+}
+
+void Shader::set_sources(const State &state) {
+    Set<String> names;
+    shader_sources.release();
+    for(uint32_t i = 0; i < state.sources.size(); i++) {
+        const String &name = state.sources[i].name;
+        if(names.get(name)) continue;
+        names.append(name);
+        shader_sources.append(name);
+    }
 }
 
 // -- Macros of the backends -----------------------------------------------------------------------------------------
@@ -210,11 +225,20 @@ bool Shader::compile_glsl(Type type, const String &src, State &state) {
     KOLM_ASSERT(type < NumTypes && "Shader::compile_glsl(): invalid shader type");
     shader_name = state.get_name();
     shader_macros = state.get_macros(false);
+
+    constexpr Compiler::Options options = Compiler::DefaultOptions;
+    String key;
+    if(hasSourceCache()) {
+        Array<uint32_t> words;
+        key = get_source_key(type, src, options);
+        if(load_words(key, words)) return compile(type, words, state);
+    }
     Compiler *compiler = get_compiler();
 
     uint32_t offset = ~0u;
     const String macros = state.get_macros(true);
-    if(compiler->compileGLSL(type, src.get(), macros.get(), offset)) {
+    if(compiler->compileGLSL(type, src.get(), macros.get(), offset, options)) {
+        save_words(key, compiler->getOpcodes());
         return compile(type, compiler->getOpcodes(), state);
     }
 

@@ -7,12 +7,14 @@
 //     KolmShaderMacro.cpp         State: macro expansion
 //     KolmShaderExpression.cpp    State: the expressions of #if and #ifdef
 //     KolmShaderPreprocessor.cpp  the engine: one pass over a text and its directives
+//     KolmShaderCache.cpp         what is kept between runs: programs of drivers, and words of compiled texts
 //
 // The dialect is told in docs/shaders.md.
 
 #pragma once
 
 #include "KolmArray.h"
+#include "KolmCache.h"
 #include "KolmMap.h"
 #include "KolmPlatform.h"
 #include "KolmSet.h"
@@ -266,6 +268,8 @@ public:
 
     const String &getName() const { return shader_name; }
     const String &getMacros() const { return shader_macros; }
+    /// Names of the files and includes that the text came from, each once; its own is the first.
+    const Array<String> &getSources() const { return shader_sources; }
 
     // offsets that translators add to binding numbers, and sizes of fixed interfaces
 
@@ -314,6 +318,28 @@ public:
     static void addIncludePath(const char *path);
     static void clearIncludePaths();
 
+    // Cache of programs: what drivers make of shaders, kept between runs. Backends ask for a key that tells driver,
+    // device, state and shaders, and compile and save on a miss. Any thread may load and save; it is opened before.
+
+    static bool hasCache() { return cache.isOpened(); }
+    /// Opens the folder of that name as a cache; null closes it. False if the reason was logged.
+    static bool setCache(const char *name);
+    static bool loadCache(const String &key, Stream &stream) { return cache.load(key, stream); }
+    static bool saveCache(const String &key, Stream &stream) { return cache.save(key, stream, true); }
+    static bool clearCache() { return cache.clear(true); }
+    static uint64_t getNumCacheHits() { return cache.getNumHits(); }
+    static uint64_t getNumCacheMisses() { return cache.getNumMisses(); }
+
+    // Cache of sources: the words of GLSL texts, kept between runs. The key is the preprocessed text with the type, the
+    // options and the build of the library, so that a change of a macro or an include is a miss, and so is every text
+    // after an update. Only what compiled is kept.
+
+    static bool hasSourceCache() { return source_cache.isOpened(); }
+    static bool setSourceCache(const char *name);
+    static bool clearSourceCache() { return source_cache.clear(true); }
+    static uint64_t getNumSourceHits() { return source_cache.getNumHits(); }
+    static uint64_t getNumSourceMisses() { return source_cache.getNumMisses(); }
+
     // the preprocessor alone; no macro but the given and the process-wide ones is set. A failure gives the null string.
 
     static String preprocessor(const char *src, const char *format = nullptr, ...) KOLM_PRINTF(2, 3);
@@ -347,6 +373,7 @@ protected:
     Type shader_type = TypeUnknown;
     String shader_name;
     String shader_macros;
+    Array<String> shader_sources;
 
     int16_t sampler_offset = 0;
     int16_t texture_offset = 0;
@@ -372,8 +399,14 @@ private:
                           bool glsl);
     static bool set_base_macros(State &state);
     static Compiler *get_compiler();
+    void set_sources(const State &state);
+    static String get_source_key(Type type, const String &src, uint32_t options);
+    static bool load_words(const String &key, Array<uint32_t> &words);
+    static void save_words(const String &key, const Array<uint32_t> &words);
 
     static SpinLock lock;
+    static Cache cache;
+    static Cache source_cache;
     static State global;
     static Map<String, String> includes;
     static Array<String> include_paths;
