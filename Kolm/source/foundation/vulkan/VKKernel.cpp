@@ -2,6 +2,7 @@
 
 #include "KolmLog.h"
 #include "VKLayouts.h"
+#include "VKPipelineCache.h"
 #include "VKShader.h"
 
 namespace Kolm {
@@ -299,12 +300,21 @@ bool VKKernel::create_pipeline() {
         if(adapter->getSubgroupSizeFeatures().computeFullSubgroups && group_size[0] % subgroup_size == 0)
             info.stage.flags |= VK_PIPELINE_SHADER_STAGE_CREATE_REQUIRE_FULL_SUBGROUPS_BIT;
     }
+    VKPipelineCache cache(adapter, "VKKernel");
+    Blob key;
+    if(cache.begin(key) &&
+       (!saveState(key) || !shader.saveState(key) || !key.writeu8(subgroup_size) || !cache.create(key)))
+        return false;
     VkPipeline pipeline = VK_NULL_HANDLE;
-    if(VK::error(vkCreateComputePipelines(adapter->getDevice(), VK_NULL_HANDLE, 1, &info, nullptr, &pipeline))) {
+    VkResult result = vkCreateComputePipelines(adapter->getDevice(), cache.get(), 1, &info, nullptr, &pipeline);
+    if(result < 0 && cache.isHit() && cache.recreate())
+        result = vkCreateComputePipelines(adapter->getDevice(), cache.get(), 1, &info, nullptr, &pipeline);
+    if(VK::error(result)) {
         Log::printf(Log::Error, "VKKernel::create(): can't create pipeline state\n");
         return false;
     }
     pipeline_state = pipeline;
+    cache.save(); // a program that can't be kept is still one
     return true;
 }
 
