@@ -5,6 +5,7 @@
 #include "KolmFile.h"
 #include "KolmImageStream.h"
 #include "KolmLog.h"
+#include "KolmPixel.h"
 
 namespace Kolm {
 
@@ -31,25 +32,6 @@ bool check_guard(const uint8_t *data, size_t size) {
     uint64_t guard;
     memcpy(&guard, data + size, guard_size);
     return guard == size;
-}
-
-// A pixel of any size, so that moves are plain assignments.
-template<uint32_t Size> struct Pixel { uint8_t data[Size]; };
-
-template<class Func> void with_pixel(uint32_t size, Func func) {
-    switch(size) {
-    case 1: return func(Pixel<1>());
-    case 2: return func(Pixel<2>());
-    case 3: return func(Pixel<3>());
-    case 4: return func(Pixel<4>());
-    case 6: return func(Pixel<6>());
-    case 8: return func(Pixel<8>());
-    case 12: return func(Pixel<12>());
-    case 16: return func(Pixel<16>());
-    case 24: return func(Pixel<24>());
-    case 32: return func(Pixel<32>());
-    }
-    KOLM_ASSERT(0 && "Image::with_pixel(): unknown image format");
 }
 
 // Turns clockwise; width and height are those of the source.

@@ -10,7 +10,7 @@
 #include <math.h>
 
 #include "KolmColor.h"
-#include "KolmFloat.h"
+#include "KolmGamma.h"
 #include "KolmImage.h"
 #include "KolmLog.h"
 
@@ -74,17 +74,6 @@ template<class Type> inline Type store(float32_t v) {
         return Type(int32_t(x));
     }
 }
-
-// Power by the bits of a float, rough and fast.
-inline float32_t fast_power(float32_t x, float32_t p) {
-    constexpr int32_t one = 0x3F79E59D;
-    const float32_t v = (x > 1e-16f) ? x : 1e-16f;
-    const int32_t bits = int32_t(min(floatToBits(v), 0x7F7FFFFFu));
-    const float32_t power = min(float32_t(bits - one) * p, 1e9f);
-    return bitsToFloat(uint32_t(int32_t(power) + one));
-}
-constexpr float32_t gamma_decode = 2.2f;
-constexpr float32_t gamma_encode = 0.45454544f;
 
 // Linear value of an sRGB integer, by the constants of its width.
 inline float32_t decode_srgb(uint8_t v) {
