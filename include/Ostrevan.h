@@ -25,6 +25,8 @@
 #include <format/OstrevanColor.h>
 #include <format/OstrevanFormat.h>
 #include <format/OstrevanImage.h>
+#include <format/OstrevanImageColor.h>
+#include <format/OstrevanImageSampler.h>
 #include <format/OstrevanSize.h>
 #include <format/OstrevanSlice.h>
 #include <math/OstrevanFloat.h>

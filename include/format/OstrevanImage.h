@@ -250,6 +250,26 @@ public:
     /// Converts the pixels; docs/images.md tells which pairs of formats convert and how.
     Image toFormat(Format format, Flags flags = FlagNone) const;
 
+    /// Resampled level 0 of 2D and cube images of plain colour formats up to 32 bits, others with FilterPoint only.
+    /// A width or height of 0 keeps the proportions. If the image has a level of exactly this size, the result is a
+    /// copy of it and those below. If one axis grows, \p mag_filter serves both: point, linear or cubic; otherwise
+    /// \p min_filter: point, box, max, min or sinc, which is a Lanczos window of order 4. Another one ends the process.
+    /// FlagGamma sums colours in linear light, by the fast power. Empty if the image can't be resized.
+    Image getResized(const Size &size, Filter min_filter, Filter mag_filter, Flags flags = FlagNone) const;
+    Image getResized(const Size &size, Flags flags = FlagNone) const {
+        return getResized(size, FilterBox, FilterLinear, flags);
+    }
+
+    /// The image with a full chain, each level made of 2x2 texels of the one above, in 3D of 2x2x2. Takes point, box,
+    /// max and min; other filters end the process, and so do packed formats with another filter than point. 8-bit sRGB
+    /// is averaged in linear light. Empty if the image can't have mipmaps.
+    Image getMipmapped(Filter filter, Flags flags = FlagNone) const;
+    Image getMipmapped(Flags flags = FlagNone) const { return getMipmapped(FilterBox, flags); }
+
+    /// A cube as a cross, or as an equirectangular panorama with FlagPanorama; and back. Without the flag a 2D image is
+    /// taken by its proportions as a strip or a cross of faces. The result has one level. Empty if that fails.
+    Image toType(Type type, Flags flags = FlagNone) const;
+
     /// Orders by type, format, sizes and content: negative, 0 or positive.
     int32_t compare(const Image &image) const;
 };

@@ -202,6 +202,15 @@ Image Image::getRotated(int32_t turns, const Slice &slice) const {
 Image Image::toFormat(Format format, Flags flags) const {
     return get_result(impl().ref().toFormat(getCore(format), getCore(flags)));
 }
+Image Image::getResized(const Size &size, Filter min_filter, Filter mag_filter, Flags flags) const {
+    return get_result(impl().ref().getResized(getCore(size), getCore(min_filter), getCore(mag_filter), getCore(flags)));
+}
+Image Image::getMipmapped(Filter filter, Flags flags) const {
+    return get_result(impl().ref().getMipmapped(getCore(filter), getCore(flags)));
+}
+Image Image::toType(Type type, Flags flags) const {
+    return get_result(impl().ref().toType(getCore(type), getCore(flags)));
+}
 
 int32_t Image::compare(const Image &image) const { return impl().ref().compare(image.impl().ref()); }
 

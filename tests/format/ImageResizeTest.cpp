@@ -11,6 +11,7 @@
 
 #include "CapturedLog.h"
 #include "ChildProcess.h"
+#include "KolmAsync.h"
 #include "KolmFloat.h"
 #include "KolmImage.h"
 #include "KolmImageWeigh.h"
@@ -472,4 +473,31 @@ TEST(ImageMipmaps, srgb_is_averaged_in_linear_light) {
     Image bgra;
     bgra.create2D(FormatBGRAu8ns, 8);
     EXPECT_EQ(bgra.getMipmapped().getMipmaps(), 4u); // has no wider row: averaged as it is
+}
+
+TEST(ImageResize, workers_give_the_same_bytes) {
+    Async async;
+    ASSERT_TRUE(async.init(4));
+    for(const Format format : {FormatRGBAu8n, FormatRGBu8n, FormatRu16n, FormatRGBf32, FormatRGBAf16, FormatRGBAu8ns}) {
+        const Image src = make_random(format, 230, 190);
+        for(const Image::Flags flags : {Image::FlagNone, Image::FlagGamma}) {
+            for(const Image::Filter filter : min_filters)
+                EXPECT_EQ(src.getResized(Size(97, 83), filter, Image::FilterLinear, flags),
+                          src.getResized(Size(97, 83), filter, Image::FilterLinear, flags, &async));
+            for(const Image::Filter filter : {Image::FilterPoint, Image::FilterBox, Image::FilterMax, Image::FilterMin})
+                EXPECT_EQ(src.getMipmapped(filter, flags), src.getMipmapped(filter, flags, &async));
+        }
+        for(const Image::Filter filter : mag_filters)
+            EXPECT_EQ(src.getResized(Size(500, 400), Image::FilterBox, filter),
+                      src.getResized(Size(500, 400), Image::FilterBox, filter, Image::FlagNone, &async));
+        const Image cube = src.toType(Image::TypeCube, Image::FlagPanorama);
+        EXPECT_EQ(cube, src.toType(Image::TypeCube, Image::FlagPanorama, &async));
+        EXPECT_EQ(cube.toType(Image::Type2D, Image::FlagPanorama),
+                  cube.toType(Image::Type2D, Image::FlagPanorama, &async));
+        // From inside a task of the same pool.
+        Image nested;
+        Async::Task task = async.run([&] { nested = src.getResized(Size(50, 50), Image::FlagNone, &async); });
+        ASSERT_TRUE(task.wait());
+        EXPECT_EQ(nested, src.getResized(Size(50, 50)));
+    }
 }

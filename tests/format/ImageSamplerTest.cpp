@@ -97,9 +97,9 @@ TEST(ImageSampler, interpolates_and_wraps) {
     EXPECT_EQ(sampler.get2D(-1.0, 0.0, true).fv[0], 9.0f);
     EXPECT_EQ(sampler.get2D(3.5, 0.0, true).fv[0], 4.5f);
     EXPECT_EQ(sampler.get2D(6.0, -2.0, true).fv[0], 4.0f);
-    EXPECT_EQ(sampler.get2D(1.6, 0.4, false, Image::FilterPoint).fv[0], 4.0f);
+    EXPECT_EQ(sampler.get2D(1.6, 0.4, false, ImageSampler::FilterPoint).fv[0], 4.0f);
     // Catmull-Rom through 0, 1, 4, 9 in the middle
-    EXPECT_FLOAT_EQ(sampler.get2D(1.5, 0.0, false, Image::FilterCubic).fv[0], (-0.0f + 9 * 1 + 9 * 4 - 9) / 16);
+    EXPECT_FLOAT_EQ(sampler.get2D(1.5, 0.0, false, ImageSampler::FilterCubic).fv[0], (-0.0f + 9 * 1 + 9 * 4 - 9) / 16);
     for(const double far : {1e300, -1e300, double(INFINITY), double(NAN), -2147483648.0}) {
         for(const bool repeat : {false, true}) {
             const float value = sampler.get2D(far, far, repeat).fv[0];

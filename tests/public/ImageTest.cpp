@@ -10,6 +10,7 @@
 #include <core/OstrevanLog.h>
 #include <core/OstrevanString.h>
 #include <format/OstrevanImage.h>
+#include <format/OstrevanImageSampler.h>
 #include <math/OstrevanFloat.h>
 
 using namespace Ostrevan;
@@ -64,6 +65,29 @@ TEST(PublicImage, operations) {
     Color color;
     EXPECT_TRUE(color.setHTML("#ff8000") && color.getRGBAu8() == 0xFF0080FF);
     EXPECT_EQ(float16_t(1.0f).bits, 0x3C00);
+}
+
+TEST(PublicImage, resizing_and_texels) {
+    Image image = make_ramp(8, 4);
+    const Image small = image.getResized(Size(4, 0), Image::FilterBox, Image::FilterLinear);
+    EXPECT_EQ(small.getSize(), Size(4, 2));
+    EXPECT_EQ(image.getResized(Size(16, 8)).getSize(), Size(16, 8));
+    EXPECT_EQ(image.getMipmapped().getMipmaps(), 4u);
+    const Image cube = image.toType(Image::TypeCube, Image::FlagPanorama);
+    EXPECT_EQ(cube.getSize(), Size(2, 2));
+    EXPECT_EQ(cube.toType(Image::Type2D).getSize(), Size(8, 6));
+    EXPECT_FALSE(image.getResized(Size(0, 0)));
+
+    ImageSampler sampler(image);
+    ASSERT_TRUE(sampler.isCreated());
+    sampler.set2D(3u, 2u, ImageColor(Color::red, image.getFormat()));
+    EXPECT_EQ(image.getData(Origin(3, 2))[0], 255);
+    EXPECT_EQ(sampler.get2D(3.0, 2.0).get(image.getFormat()), Color::red);
+    const ImageSampler faces(cube);
+    EXPECT_EQ(faces.getFaces(), 6u);
+    double u = 0, v = 0;
+    EXPECT_EQ(faces.getCubeFace(0, 0, 1, u, v), 4u);
+    EXPECT_FALSE(ImageSampler(Image(Image::Type2D, FormatBC1RGBu8n, Size(4, 4))));
 }
 
 TEST(PublicImage, failures_give_empty_handles) {

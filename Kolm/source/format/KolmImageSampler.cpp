@@ -131,7 +131,7 @@ Taps get_taps(float64_t position, uint32_t size, bool repeat, ImageSampler::Filt
     if(repeat && !(fabs(position) < 1e9)) position = fmod(position, float64_t(size));
     position = (position == position) ? clamp(position, -1e9, 1e9 + size) : 0.0;
     Taps taps = {};
-    if(filter == Image::FilterPoint) {
+    if(filter == ImageSampler::FilterPoint) {
         taps.index[0] = get_index(int64_t(floor(position + 0.5)), size, repeat);
         taps.count = 1;
         return taps;
@@ -142,7 +142,7 @@ Taps get_taps(float64_t position, uint32_t size, bool repeat, ImageSampler::Filt
     taps.index[1] = get_index(base + 1, size, repeat);
     taps.weights[1] = t;
     taps.count = 2;
-    if(filter == Image::FilterCubic) { // Catmull-Rom
+    if(filter == ImageSampler::FilterCubic) { // Catmull-Rom
         taps.index[2] = get_index(base - 1, size, repeat);
         taps.index[3] = get_index(base + 2, size, repeat);
         taps.weights[1] = ((-1.5f * t + 2.0f) * t + 0.5f) * t;
@@ -308,7 +308,7 @@ ImageColor ImageSampler::get_between(const float64_t *position, const uint32_t *
         return ret;
     };
     const auto texel = [&](uint32_t x, uint32_t y, uint32_t z) { return get_color(get_texel(x, y, z + face)); };
-    if(filter == Image::FilterPoint) return texel(taps[0].index[0], taps[1].index[0], taps[2].index[0]);
+    if(filter == FilterPoint) return texel(taps[0].index[0], taps[1].index[0], taps[2].index[0]);
     Color planes[4];
     for(uint32_t z = 0; z < taps[2].count; z++) {
         Color rows[4];
@@ -325,7 +325,7 @@ ImageColor ImageSampler::get_between(const float64_t *position, const uint32_t *
 
 ImageColor ImageSampler::get2D(float64_t x, float64_t y, bool repeat, Filter filter) const {
     KOLM_ASSERT(isCreated() && "ImageSampler::get2D(): sampler is not created");
-    KOLM_ASSERT((filter == Image::FilterPoint || filter == Image::FilterLinear || filter == Image::FilterCubic) &&
+    KOLM_ASSERT((filter == FilterPoint || filter == FilterLinear || filter == FilterCubic) &&
                 "ImageSampler::get2D(): unknown filter");
     const float64_t position[2] = {x, y};
     const uint32_t sizes[2] = {sampler_width, sampler_height};
@@ -334,7 +334,7 @@ ImageColor ImageSampler::get2D(float64_t x, float64_t y, bool repeat, Filter fil
 
 ImageColor ImageSampler::get3D(float64_t x, float64_t y, float64_t z, bool repeat, Filter filter) const {
     KOLM_ASSERT(isCreated() && "ImageSampler::get3D(): sampler is not created");
-    KOLM_ASSERT((filter == Image::FilterPoint || filter == Image::FilterLinear || filter == Image::FilterCubic) &&
+    KOLM_ASSERT((filter == FilterPoint || filter == FilterLinear || filter == FilterCubic) &&
                 "ImageSampler::get3D(): unknown filter");
     const float64_t position[3] = {x, y, z};
     const uint32_t sizes[3] = {sampler_width, sampler_height, sampler_depth};
@@ -373,7 +373,7 @@ uint32_t ImageSampler::getCubeFace(float64_t x, float64_t y, float64_t z, float6
 ImageColor ImageSampler::getCube(float64_t x, float64_t y, float64_t z, Filter filter) const {
     KOLM_ASSERT(isCreated() && "ImageSampler::getCube(): sampler is not created");
     KOLM_ASSERT(sampler_type == Image::TypeCube && "ImageSampler::getCube(): invalid sampler type");
-    KOLM_ASSERT((filter == Image::FilterPoint || filter == Image::FilterLinear || filter == Image::FilterCubic) &&
+    KOLM_ASSERT((filter == FilterPoint || filter == FilterLinear || filter == FilterCubic) &&
                 "ImageSampler::getCube(): unknown filter");
     float64_t position[2];
     const uint32_t face = getCubeFace(x, y, z, position[0], position[1]);
@@ -387,8 +387,8 @@ void ImageSampler::setCube(float64_t x, float64_t y, float64_t z, const ImageCol
     KOLM_ASSERT(set_color && "ImageSampler::setCube(): can't set read-only sampler");
     float64_t u, v;
     const uint32_t face = getCubeFace(x, y, z, u, v);
-    const Taps column = get_taps(u, sampler_width, false, Image::FilterPoint);
-    const Taps row = get_taps(v, sampler_height, false, Image::FilterPoint);
+    const Taps column = get_taps(u, sampler_width, false, FilterPoint);
+    const Taps row = get_taps(v, sampler_height, false, FilterPoint);
     set_color(const_cast<uint8_t *>(get_texel(column.index[0], row.index[0], face)), color);
 }
 

@@ -15,7 +15,20 @@ namespace Kolm {
 class ImageSampler {
 public:
     using Type = Image::Type;
-    using Filter = Image::Filter;
+    /// The names and numbers of Image::Filter.
+    enum Filter : uint32_t {
+        FilterUnknown = Image::FilterUnknown,
+        FilterPoint = Image::FilterPoint,
+        FilterLinear = Image::FilterLinear,
+        FilterCubic = Image::FilterCubic,
+        FilterSinc = Image::FilterSinc,
+        FilterBox = Image::FilterBox,
+        FilterMax = Image::FilterMax,
+        FilterMin = Image::FilterMin,
+        FilterMip = Image::FilterMip,
+        FilterCR = Image::FilterCR,
+        NumFilters = Image::NumFilters,
+    };
 
     ImageSampler() = default;
     explicit ImageSampler(Image &image, const Slice &slice = Slice()) { create(image, slice); }
@@ -62,12 +75,11 @@ public:
     ImageColor get3D(uint32_t x, uint32_t y, uint32_t z) const;
     /// Between texels. Outside the level its edge goes on, or with \p repeat the level itself. Takes FilterPoint,
     /// FilterLinear and FilterCubic.
-    ImageColor get2D(float64_t x, float64_t y, bool repeat = false, Filter filter = Image::FilterLinear) const;
-    ImageColor get3D(float64_t x, float64_t y, float64_t z, bool repeat = false,
-                     Filter filter = Image::FilterLinear) const;
+    ImageColor get2D(float64_t x, float64_t y, bool repeat = false, Filter filter = FilterLinear) const;
+    ImageColor get3D(float64_t x, float64_t y, float64_t z, bool repeat = false, Filter filter = FilterLinear) const;
     /// By a direction of any length. setCube() writes the nearest texel. Interpolation stays within a face.
     void setCube(float64_t x, float64_t y, float64_t z, const ImageColor &color);
-    ImageColor getCube(float64_t x, float64_t y, float64_t z, Filter filter = Image::FilterLinear) const;
+    ImageColor getCube(float64_t x, float64_t y, float64_t z, Filter filter = FilterLinear) const;
     /// Face and place on it that a direction points at.
     uint32_t getCubeFace(float64_t x, float64_t y, float64_t z, float64_t &u, float64_t &v) const;
 
