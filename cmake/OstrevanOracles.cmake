@@ -34,3 +34,16 @@ if(GLSLANG_HEADERS AND complete)
     # static libraries that need each other
     target_link_libraries(oracle_glslang INTERFACE -Wl,--start-group ${libraries} -Wl,--end-group Threads::Threads)
 endif()
+
+# Readers of JSON, headers only.
+add_library(oracle_json INTERFACE)
+find_path(RAPIDJSON_HEADERS rapidjson/document.h)
+if(RAPIDJSON_HEADERS)
+    target_compile_definitions(oracle_json INTERFACE OSTREVAN_RAPIDJSON)
+    target_include_directories(oracle_json SYSTEM INTERFACE ${RAPIDJSON_HEADERS})
+endif()
+find_path(NLOHMANN_HEADERS nlohmann/json.hpp)
+if(NLOHMANN_HEADERS)
+    target_compile_definitions(oracle_json INTERFACE OSTREVAN_NLOHMANN)
+    target_include_directories(oracle_json SYSTEM INTERFACE ${NLOHMANN_HEADERS})
+endif()

@@ -22,9 +22,9 @@ GPU = "--gpu" in args
 faults, checks = [], 0
 
 
-def ostrevan(*words, env=None, cwd=None):
+def ostrevan(*words, env=None, cwd=None, stdin=None):
     return subprocess.run(PREFIX + [PROGRAM, *map(str, words)], capture_output=True, text=True, errors="replace",
-                          timeout=120, cwd=cwd, env={**os.environ, **(env or {})})
+                          timeout=120, cwd=cwd, env={**os.environ, **(env or {})}, input=stdin)
 
 
 def check(condition, what, run=None):
@@ -100,10 +100,10 @@ def usage_is_refused():
                   ["shader", "a.comp", "-o"], ["shader", "a.comp", "-D"], ["shader", "a.txt"], ["run"], ["run", "a.comp"],
                   ["run", "a.comp", "-o"], ["run", "a.comp", "-o", "x.png", "-s", "0x5"], ["run", "a.comp", "-o", "x.png", "-s", "12"],
                   ["run", "a.comp", "-o", "x.png", "-s", "9000x10"], ["run", "a.comp", "-o", "x.png", "--adapter", "one"],
-                  ["info", "extra"], ["info", "--wrong"]):
+                  ["info", "extra"], ["info", "--wrong"], ["json"], ["json", "a", "b"], ["json", "a", "--get"], ["json", "a", "-o"], ["json", "a", "--wrong"]):
         run = ostrevan(*words)
         check(run.returncode == 2 and "--help" in run.stderr + run.stdout, f"usage {words}", run)
-    for words in (["--help"], ["info", "--help"], ["shader", "--help"], ["run", "--help"], ["--version"]):
+    for words in (["--help"], ["info", "--help"], ["shader", "--help"], ["run", "--help"], ["json", "--help"], ["--version"]):
         run = ostrevan(*words)
         check(run.returncode == 0 and len(run.stdout) > 40, f"help {words}", run)
 
@@ -179,6 +179,41 @@ def shader_writes_words_and_text(folder):
     check(run.returncode == 1 and "absent.comp" in run.stderr, "absent file", run)
     run = ostrevan("shader", source, "-I", folder / "include", "-o", folder / "no" / "such" / "folder.spv")
     check(run.returncode == 1 and "folder.spv" in run.stderr, "unwritable output", run)
+
+
+def json_documents(folder):
+    document = {"title": "a/b \u00e9 \U0001F600", "list": [1, 2.5, -3e-7, None, True], "deep": {"a": [{"b": "c"}, []]}, "text": "x\ty\n\"q\"\u0001"}
+    source, output = folder / "in.json", folder / "out.json"
+    for text in (json.dumps(document), json.dumps(document, indent=3, ensure_ascii=False), "\ufeff" + json.dumps(document)):
+        source.write_text(text, encoding="utf-8")
+        run = ostrevan("json", source)
+        check(run.returncode == 0 and json.loads(run.stdout) == document and run.stdout.count("\n") > 4, "json", run)
+        run = ostrevan("json", source, "--compact", "-o", output)
+        compact = output.read_text(encoding="utf-8")
+        check(run.returncode == 0 and run.stdout == "" and json.loads(compact) == document and " :" not in compact and compact.count("\n") == 1, "json --compact -o", run)
+        check(ostrevan("json", "-", "--compact", stdin=text).stdout == compact, "json of the standard input")
+    for path, expected in (("/list/1", "2.5\n"), ("deep/a/0", "{ \"b\": \"c\" }\n"), ("/deep/a/0/b", "\"c\"\n"), ("", None), ("/", None)):
+        run = ostrevan("json", source, "--get", path)
+        check(run.returncode == 0 and (run.stdout == expected if expected else json.loads(run.stdout) == document), f"json --get {path}", run)
+    run = ostrevan("json", source, "--get", "/text", "--raw")
+    check(run.returncode == 0 and run.stdout == document["text"] + "\n", "json --get --raw", run)
+    run = ostrevan("json", source, "-o", source)
+    check(run.returncode == 0 and json.loads(source.read_text(encoding="utf-8")) == document, "json in place", run)
+    for path in ("/none", "/list/5", "/list/x", "/title/0"):
+        run = ostrevan("json", source, "--get", path, "-o", folder / "never")
+        check(run.returncode == 1 and run.stderr.count("\n") == 1 and path in run.stderr and not (folder / "never").exists(), f"json --get {path}", run)
+    for text, line, cause in (("[1,2,]", 1, "extra ',' symbol"), ("{\n\"a\": 1\n", 3, "premature end of file"), ("", 1, "premature end of file"), ("[" * 3000, 1, "stack overflow"),
+                              ("{\"a\": [1,\n\n\"x\\n\\n\", tru]}", 3, "tru"), ("[\n- 1]", 2, "can't skip float"), ("\n\n[1 2]", 3, "expecting ','"), ("[1]\n]", 2, "invalid symbol")):
+        source.write_text(text)
+        before = output.read_bytes()
+        run = ostrevan("json", source, "-o", output)
+        check(run.returncode == 1 and run.stderr.count("\n") == 1 and f"in.json:{line}: " in run.stderr and cause in run.stderr and output.read_bytes() == before, f"bad document {text[:20]!r}", run)
+    run = ostrevan("json", folder / "absent.json")
+    check(run.returncode == 1 and run.stderr.count("\n") == 1 and "absent.json" in run.stderr, "absent document", run)
+    run = ostrevan("json", folder)
+    check(run.returncode == 1 and run.stderr.count("\n") == 1, "a folder as document", run)
+    run = ostrevan("json", "-", "-o", folder / "no" / "such.json", stdin="[]")
+    check(run.returncode == 1 and "such.json" in run.stderr, "unwritable document", run)
 
 
 def works_without_the_loader(folder):
@@ -316,6 +351,7 @@ with tempfile.TemporaryDirectory() as name:
     usage_is_refused()
     bad_shaders_fail_with_file_and_line(folder())
     shader_writes_words_and_text(folder())
+    json_documents(folder())
     if not PREFIX:
         works_without_the_loader(folder())
     if GPU:

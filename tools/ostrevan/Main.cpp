@@ -18,6 +18,7 @@ static const struct {
     {"info", infoCommand, "version, adapters, their features and limits"},
     {"shader", shaderCommand, "compile GLSL to SPIR-V, or only preprocess it"},
     {"run", runCommand, "run a compute shader over a picture and save the result"},
+    {"json", jsonCommand, "check, reformat and query a JSON document"},
 };
 
 int usageError(const char *command, const char *format, ...) {

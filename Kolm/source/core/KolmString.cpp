@@ -37,15 +37,6 @@ bool String::grow(uint32_t size, bool spare, bool discard) {
     return true;
 }
 
-void String::init(char *new_data, size_t new_capacity, uint32_t new_length) {
-    KOLM_ASSERT(new_data && new_length < new_capacity && "String::init(): invalid length");
-    if(capacity & OwnerBit) free_data();
-    capacity = uint32_t(min(new_capacity - 1, size_t(MaxCapacity)));
-    length = new_length;
-    data = new_data;
-    data[length] = '\0';
-}
-
 void String::init(String &str) {
     if(this == &str) return;
     if(capacity & OwnerBit) free_data();

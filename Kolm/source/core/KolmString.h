@@ -51,7 +51,14 @@ public:
     /// Looks at external memory of \p capacity bytes, which holds \p length bytes of text, fewer than \p capacity, and
     /// gets its terminator behind them. The caller owns the memory and keeps it alive; growing past it moves the text
     /// to the heap.
-    void init(char *data, size_t capacity, uint32_t length);
+    void init(char *new_data, size_t new_capacity, uint32_t new_length) {
+        KOLM_ASSERT(new_data && new_length < new_capacity && "String::init(): invalid length");
+        if(capacity & OwnerBit) free_data();
+        capacity = uint32_t(min(new_capacity - 1, size_t(MaxCapacity)));
+        length = new_length;
+        data = new_data;
+        data[length] = '\0';
+    }
     /// Looks at the memory of another string, which must outlive this one and keep its size.
     void init(String &str);
     /// Makes room for \p size bytes. With \p discard the old ones need not survive. False if memory runs out.
