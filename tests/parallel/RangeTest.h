@@ -1,0 +1,71 @@
+// Ranges of words in one buffer with words between them that nobody may touch: what the tests of the GPU algorithms run
+// on. The whole buffer is compared with what the CPU makes of it.
+
+#pragma once
+
+#include <random>
+
+#include "GpuTest.h"
+#include "KolmShader.h"
+
+struct Range {
+    uint32_t offset;
+    uint32_t size;
+};
+
+class RangeTest : public GpuTest {
+protected:
+    void TearDown() override {
+        Kolm::Shader::removeMacro("NO_SUBGROUP");
+        GpuTest::TearDown();
+    }
+
+    /// Kernels that are made from now on leave the subgroup operations out.
+    void hideSubgroups() { Kolm::Shader::setMacro("NO_SUBGROUP", 1); }
+
+    /// Ranges of these sizes behind each other, at least a word apart. \p columns parts of each size belong to a range.
+    static std::vector<Range> makeRanges(const std::vector<uint32_t> &sizes, uint32_t &total) {
+        std::vector<Range> ranges;
+        uint32_t offset = 4;
+        for(const uint32_t size : sizes) {
+            ranges.push_back({offset, size});
+            offset = (offset + size + 4) & ~3u;
+        }
+        total = offset;
+        return ranges;
+    }
+
+    /// Sizes from 0 to below \p end: all of them if OSTREVAN_EVERY_SIZE is in the environment, else every \p step-th of
+    /// those from 80 on.
+    static std::vector<uint32_t> makeSizes(uint32_t end, uint32_t step) {
+        if(getenv("OSTREVAN_EVERY_SIZE")) step = 1;
+        std::vector<uint32_t> sizes;
+        for(uint32_t size = 0; size < end; size += (size < 80) ? 1 : step) sizes.push_back(size);
+        return sizes;
+    }
+
+    std::vector<uint32_t> makeWords(uint32_t size) {
+        std::vector<uint32_t> words(size);
+        for(uint32_t &word : words) word = random();
+        return words;
+    }
+
+    static void expectEqual(const std::vector<uint32_t> &words, const std::vector<uint32_t> &expected,
+                            const std::vector<Range> &ranges) {
+        ASSERT_EQ(words.size(), expected.size());
+        for(size_t i = 0; i < words.size(); i++) {
+            if(words[i] == expected[i]) continue;
+            for(const Range &range : ranges) {
+                if(i < range.offset || i >= range.offset + range.size) continue;
+                FAIL() << "element " << i - range.offset << " of the range of " << range.size << " is " << words[i]
+                       << " instead of " << expected[i];
+            }
+            FAIL() << "word " << i << " outside of all ranges was written";
+        }
+    }
+
+    static constexpr Kolm::Buffer::Flags buffer_flags =
+        Kolm::Buffer::Flags(uint32_t(Kolm::Buffer::FlagStorage) | uint32_t(Kolm::Buffer::FlagSource));
+
+    std::mt19937 random{1};
+};
