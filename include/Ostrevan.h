@@ -31,6 +31,8 @@
 #include <format/OstrevanSize.h>
 #include <format/OstrevanSlice.h>
 #include <math/OstrevanFloat.h>
+#include <parallel/OstrevanPrefixScan.h>
+#include <parallel/OstrevanRadixSort.h>
 #include <platform/OstrevanBuffer.h>
 #include <platform/OstrevanCompute.h>
 #include <platform/OstrevanContext.h>

@@ -16,6 +16,8 @@ int infoCommand(int argc, char **argv);
 int shaderCommand(int argc, char **argv);
 int runCommand(int argc, char **argv);
 int jsonCommand(int argc, char **argv);
+int scanCommand(int argc, char **argv);
+int sortCommand(int argc, char **argv);
 
 /// Prints "ostrevan COMMAND: " and the text to stderr, names the help, and returns ExitUsage.
 int usageError(const char *command, const char *format, ...) __attribute__((format(printf, 2, 3)));

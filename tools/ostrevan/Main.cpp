@@ -19,6 +19,8 @@ static const struct {
     {"shader", shaderCommand, "compile GLSL to SPIR-V, or only preprocess it"},
     {"run", runCommand, "run a compute shader over a picture and save the result"},
     {"json", jsonCommand, "check, reformat and query a JSON document"},
+    {"scan", scanCommand, "prefix sums on the GPU: check and time"},
+    {"sort", sortCommand, "sort keys and values on the GPU: check and time"},
 };
 
 int usageError(const char *command, const char *format, ...) {
