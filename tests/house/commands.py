@@ -100,10 +100,12 @@ def usage_is_refused():
                   ["shader", "a.comp", "-o"], ["shader", "a.comp", "-D"], ["shader", "a.txt"], ["run"], ["run", "a.comp"],
                   ["run", "a.comp", "-o"], ["run", "a.comp", "-o", "x.png", "-s", "0x5"], ["run", "a.comp", "-o", "x.png", "-s", "12"],
                   ["run", "a.comp", "-o", "x.png", "-s", "9000x10"], ["run", "a.comp", "-o", "x.png", "--adapter", "one"],
-                  ["info", "extra"], ["info", "--wrong"], ["json"], ["json", "a", "b"], ["json", "a", "--get"], ["json", "a", "-o"], ["json", "a", "--wrong"]):
+                  ["info", "extra"], ["info", "--wrong"], ["json"], ["json", "a", "b"], ["json", "a", "--get"], ["json", "a", "-o"], ["json", "a", "--wrong"],
+                  ["scan", "--groups", "48"], ["scan", "--bits", "3"], ["sort", "--size", "0"], ["sort", "--bits", "33"], ["sort", "10"]):
         run = ostrevan(*words)
         check(run.returncode == 2 and "--help" in run.stderr + run.stdout, f"usage {words}", run)
-    for words in (["--help"], ["info", "--help"], ["shader", "--help"], ["run", "--help"], ["json", "--help"], ["--version"]):
+    for words in (["--help"], ["info", "--help"], ["shader", "--help"], ["run", "--help"], ["json", "--help"], ["scan", "--help"],
+                  ["sort", "--help"], ["--version"]):
         run = ostrevan(*words)
         check(run.returncode == 0 and len(run.stdout) > 40, f"help {words}", run)
 
@@ -339,6 +341,26 @@ def info_tells_the_adapters():
         check(False, f"info --json: {error!r}", run)
 
 
+def algorithms_equal_the_processor():
+    rows = [
+        ("scan of one group", ["scan", "--size", "100"]),
+        ("scan of many groups", ["scan", "--size", "70001", "--groups", "128", "--indirect"]),
+        ("sort of many groups", ["sort", "--size", "30001", "--bits", "20"]),
+        ("order of an indirect size", ["sort", "--size", "5000", "--bits", "7", "--order", "--indirect"]),
+    ]
+    for name, words in rows:
+        run = ostrevan(*words, "--check", "--json")
+        try:
+            record = json.loads(run.stdout)
+            check(run.returncode == 0 and record["equal"] and record["milliseconds"] > 0, name, run)
+        except (ValueError, KeyError) as error:
+            check(False, f"{name}: {error!r}", run)
+    run = ostrevan("scan", "--size", "1000")
+    check(run.returncode == 0 and "million elements per second" in run.stdout, "scan for people", run)
+    run = ostrevan("scan", "--size", "9999999", "--groups", "64")
+    check(run.returncode == 1 and run.stderr.count("\n") == 1, "scan of more than its groups can", run)
+
+
 with tempfile.TemporaryDirectory() as name:
     root = pathlib.Path(name)
     folders = (root / str(i) for i in range(99))
@@ -356,6 +378,7 @@ with tempfile.TemporaryDirectory() as name:
         works_without_the_loader(folder())
     if GPU:
         info_tells_the_adapters()
+        algorithms_equal_the_processor()
         pictures_equal_the_reference(folder())
         pictures_of_other_kinds(folder())
         failures_of_run(folder())
