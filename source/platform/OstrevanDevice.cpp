@@ -5,12 +5,20 @@
 #include "KolmBackend.h"
 #include "KolmCompute.h"
 #include "OstrevanBufferKolm.h"
+#include "OstrevanBufferTableKolm.h"
 #include "OstrevanComputeKolm.h"
 #include "OstrevanContextKolm.h"
+#include "OstrevanFenceKolm.h"
 #include "OstrevanKernelKolm.h"
+#include "OstrevanQueryKolm.h"
+#include "OstrevanSamplerKolm.h"
 #include "OstrevanShaderKolm.h"
 #include "OstrevanStringKolm.h"
 #include "OstrevanSurfaceKolm.h"
+#include "OstrevanTargetKolm.h"
+#include "OstrevanTextureKolm.h"
+#include "OstrevanTextureTableKolm.h"
+#include "OstrevanTracingKolm.h"
 #include "OstrevanUtilsKolm.h"
 
 namespace Ostrevan {
@@ -60,6 +68,10 @@ bool Device::isVendorIntel() const { return impl().ref().isVendorIntel(); }
 bool Device::isVendorNvidia() const { return impl().ref().isVendorNvidia(); }
 bool Device::isVendorQualcomm() const { return impl().ref().isVendorQualcomm(); }
 
+bool Device::hasQuery(Query::Type type) const { return impl().ref().hasQuery(static_cast<Kolm::Query::Type>(type)); }
+bool Device::hasTarget(Format format) const { return impl().ref().hasTarget(getCore(format)); }
+bool Device::hasTexture(Format format) const { return impl().ref().hasTexture(getCore(format)); }
+bool Device::hasSurface(Format format) const { return impl().ref().hasSurface(getCore(format)); }
 bool Device::hasShader(Shader::Type type) const { return impl().ref().hasShader(get_type(type)); }
 
 Device Device::createDevice(uint32_t index, uint32_t frames) {
@@ -82,6 +94,26 @@ Buffer Device::createBuffer(Buffer::Flags flags, size_t size, Format format) {
 }
 Buffer Device::createBuffer(Buffer::Flags flags, const void *src, size_t size, Format format) {
     return TS<Buffer>(impl().ref().createBuffer(getCoreFlags(flags), src, size, getCore(format)), true);
+}
+
+Target Device::createTarget() { return TS<Target>(impl().ref().createTarget(), true); }
+Target Device::createTarget(const Surface &surface) {
+    return TS<Target>(impl().ref().createTarget(getCore<Kolm::Surface *>(surface)), true);
+}
+
+BufferTable Device::createBufferTable() { return TS<BufferTable>(impl().ref().createBufferTable(), true); }
+BufferTable Device::createBufferTable(uint32_t size) {
+    return TS<BufferTable>(impl().ref().createBufferTable(size), true);
+}
+
+Query Device::createQuery() { return TS<Query>(impl().ref().createQuery(), true); }
+Query Device::createQuery(Query::Type type) {
+    return TS<Query>(impl().ref().createQuery(static_cast<Kolm::Query::Type>(type)), true);
+}
+Fence Device::createFence() { return TS<Fence>(impl().ref().createFence(), true); }
+Fence Device::createFence(Fence::Flags flags) { return TS<Fence>(impl().ref().createFence(getCoreFlags(flags)), true); }
+Fence Device::createFence(const Fence &fence) {
+    return TS<Fence>(impl().ref().createFence(getCore<Kolm::Fence *>(fence)), true);
 }
 
 Shader Device::createShader() { return TS<Shader>(impl().ref().createShader(), true); }
@@ -206,10 +238,29 @@ bool Device::flushBuffers(const Array<Buffer> &buffers, Buffer::Flags flags) {
     Kolm::Array<Kolm::Buffer *> list = copyArray<Kolm::Buffer *>(buffers);
     return impl().ref().flushBuffers(list.get(), list.size(), getCoreFlags(flags));
 }
+bool Device::bindBuffer(const Buffer &buffer, size_t offset, size_t size, bool bind) {
+    return impl().ref().bindBuffer(get_buffer(buffer), offset, size, bind);
+}
+bool Device::bindBuffer(const Buffer &buffer, size_t offset, size_t size, bool bind, const Fence &fence) {
+    return impl().ref().bindBuffer(get_buffer(buffer), offset, size, bind, getCore<Kolm::Fence *>(fence));
+}
 void Device::releaseBuffer(const Buffer &buffer) { impl().ref().releaseBuffer(get_buffer(buffer)); }
+
+bool Device::beginQuery(const Query &query) { return impl().ref().beginQuery(getCore<Kolm::Query *>(query)); }
+bool Device::endQuery(const Query &query) { return impl().ref().endQuery(getCore<Kolm::Query *>(query)); }
+bool Device::copyQuery(const Query &query, const Buffer &buffer, size_t offset) {
+    return impl().ref().copyQuery(getCore<Kolm::Query *>(query), get_buffer(buffer), offset);
+}
+bool Device::copyQueries(const Array<Query> &queries, const Buffer &buffer, size_t offset, size_t stride) {
+    Kolm::Array<Kolm::Query *> list = copyArray<Kolm::Query *>(queries);
+    return impl().ref().copyQueries(list.get(), list.size(), get_buffer(buffer), offset, stride);
+}
+bool Device::waitFence(const Fence &fence) { return impl().ref().waitFence(getCore<Kolm::Fence *>(fence)); }
+bool Device::signalFence(const Fence &fence) { return impl().ref().signalFence(getCore<Kolm::Fence *>(fence)); }
 
 bool Device::execute(const Device &device) { return impl().ref().execute(getCore<Kolm::Device *>(device)); }
 bool Device::flip() { return impl().ref().flip(); }
+bool Device::flip(const Fence &fence) { return impl().ref().flip(getCore<Kolm::Fence *>(fence)); }
 bool Device::flush() { return impl().ref().flush(); }
 bool Device::finish() { return impl().ref().finish(); }
 bool Device::check() { return impl().ref().check(); }

@@ -58,11 +58,11 @@ TEST(Device, asserts_null_buffers) {
         std::function<void()> run;
         const char *text;
     } rows[] = {
-        {[&] { device.setBuffer(nullptr, ""); }, "Device::setBuffer(): buffer is null"},
-        {[&] { device.getBuffer(nullptr, nullptr); }, "Device::getBuffer(): buffer is null"},
-        {[&] { device.mapBuffer(nullptr); }, "Device::mapBuffer(): buffer is null"},
-        {[&] { device.copyBuffer(nullptr, nullptr); }, "Device::copyBuffer(): src buffer is null"},
-        {[&] { device.clearBuffer(nullptr); }, "Device::clearBuffer(): buffer is null"},
+        {[&] { device.setBuffer(nullptr, ""); }, "VKDevice::setBuffer(): buffer is null"},
+        {[&] { device.getBuffer(nullptr, nullptr); }, "VKDevice::getBuffer(): buffer is null"},
+        {[&] { device.mapBuffer(nullptr); }, "VKDevice::mapBuffer(): buffer is null"},
+        {[&] { device.copyBuffer(nullptr, nullptr); }, "VKDevice::copyBuffer(): src buffer is null"},
+        {[&] { device.clearBuffer(nullptr); }, "VKDevice::clearBuffer(): buffer is null"},
     };
     for(const auto &row : rows) {
         const ChildProcess child = runChild(row.run);

@@ -3,46 +3,12 @@
 
 #pragma once
 
-#include <stdarg.h>
-#include <stdio.h>
-#include <string.h>
-#include <string>
-#include <vector>
-
 #include "KolmComputeRecorder.h"
 #include "KolmDevice.h"
 #include "KolmLog.h"
 #include "KolmOffscreen.h"
 #include "KolmSurface.h"
-
-/// What reached the driver, in order.
-struct StubCalls {
-    std::vector<std::string> lines;
-
-    void add(const char *format, ...) KOLM_PRINTF(2, 3) {
-        char text[256];
-        va_list args;
-        va_start(args, format);
-        vsnprintf(text, sizeof(text), format, args);
-        va_end(args);
-        lines.push_back(text);
-    }
-    std::string take() {
-        std::string text;
-        for(const std::string &line : lines) text += line + "\n";
-        lines.clear();
-        return text;
-    }
-};
-
-/// Platform that a stub object stands for.
-template<class Base> class StubObject : public Base {
-public:
-    template<class... Args> StubObject(Kolm::Platform platform, Args &&...args) : Base(args...), platform(platform) {}
-    Kolm::Platform getPlatform() const override { return platform; }
-
-    Kolm::Platform platform;
-};
+#include "StubResources.h"
 
 class StubShader : public StubObject<Kolm::Shader> {
 public:
@@ -70,91 +36,6 @@ protected:
         words.assign(opcodes.get(), opcodes.get() + opcodes.size());
         return created = !words.empty();
     }
-};
-
-class StubBuffer : public StubObject<Kolm::Buffer> {
-public:
-    StubBuffer(Kolm::Platform platform, StubCalls &calls) : StubObject(platform, 0u), calls(calls) { count++; }
-    ~StubBuffer() override { count--; }
-
-    void clear() override {
-        memory.clear();
-        Buffer::clear();
-    }
-    bool isCreated() const override { return !memory.empty(); }
-    bool create(Flags flags, size_t size, Kolm::Format format) override {
-        if(!init(flags, size, format)) return false;
-        if(size > max_size) {
-            Kolm::Log::printf(Kolm::Log::Error, "StubBuffer::create(): can't create %s buffer\n",
-                              getDescription().get());
-            clear();
-            return false;
-        }
-        memory.resize(size);
-        if(flags & FlagSparse) buffer_page_size = 4096;
-        calls.add("createBuffer %zu", size);
-        return true;
-    }
-    bool create(Buffer *buffer) override {
-        if(!init(buffer)) return false;
-        memory = static_cast<StubBuffer *>(buffer)->memory;
-        return true;
-    }
-
-    // What the rules are asked for, open to tests.
-    using Buffer::check_bind;
-    using Buffer::check_clear;
-    using Buffer::check_copy;
-    using Buffer::check_get;
-    using Buffer::check_map;
-    using Buffer::check_set;
-    using Buffer::check_unmap;
-    using Buffer::get_clear_value;
-
-    bool set(size_t offset, const void *src, size_t size) {
-        if(!check_set(offset, size)) return false;
-        calls.add("setBuffer %zu %zu", offset, size);
-        memcpy(memory.data() + offset, src, size);
-        return true;
-    }
-    bool get(size_t offset, void *dest, size_t size) const {
-        if(!check_get(offset, size)) return false;
-        calls.add("getBuffer %zu %zu", offset, size);
-        memcpy(dest, memory.data() + offset, size);
-        return true;
-    }
-    void *map(size_t offset, size_t size) {
-        if(!check_map(offset, size)) return nullptr;
-        buffer_mapped = true;
-        calls.add("mapBuffer %zu %zu", offset, size);
-        return memory.data() + offset;
-    }
-    bool unmap() {
-        if(!check_unmap()) return false;
-        buffer_mapped = false;
-        calls.add("unmapBuffer");
-        return true;
-    }
-    bool copy(size_t dest_offset, const Buffer *src, size_t src_offset, size_t size) {
-        if(!check_copy(dest_offset, src, src_offset, size)) return false;
-        calls.add("copyBuffer %zu %zu %zu", dest_offset, src_offset, size);
-        memmove(memory.data() + dest_offset, static_cast<const StubBuffer *>(src)->memory.data() + src_offset, size);
-        return true;
-    }
-    bool fill(Kolm::Format format, size_t offset, const void *value, size_t size) {
-        if(!check_clear(offset, size)) return false;
-        bool status = true;
-        const uint32_t word = get_clear_value(format, value, &status);
-        if(!status) return false;
-        calls.add("clearBuffer %zu %zu 0x%08x", offset, size, word);
-        for(size_t i = 0; i < size; i++) memory[offset + i] = uint8_t(word >> (8 * (i % 4)));
-        return true;
-    }
-
-    StubCalls &calls;
-    std::vector<uint8_t> memory;
-    static inline size_t max_size = size_t(1) << 30; // what the stub's memory holds
-    static inline int count = 0;                     // buffers that live
 };
 
 class StubKernel : public StubObject<Kolm::Kernel> {
@@ -262,48 +143,38 @@ public:
     Device *createCopyDevice(uint32_t) override { return nullptr; }
 
     using Device::createBuffer;
-    Kolm::Buffer *createBuffer() override { return (no_objects) ? nullptr : new StubBuffer(platform, calls); }
+    Kolm::Buffer *createBuffer() override { return make<StubBuffer>(platform, calls); }
     using Device::createShader;
-    Kolm::Shader *createShader() override { return (no_objects) ? nullptr : new StubShader(platform); }
+    Kolm::Shader *createShader() override { return make<StubShader>(platform); }
     Kolm::Kernel *createKernel(const Kolm::Kernel *kernel) override { return new StubKernel(platform, kernel); }
     void releaseKernel(Kolm::Kernel *kernel) override { cast<StubKernel>(kernel)->created = false; }
     Kolm::Compute *createCompute() override { return new StubCompute(platform, features, calls); }
 
-    using Device::clearBuffer;
-    using Device::copyBuffer;
-    using Device::flushBuffers;
-    using Device::getBuffer;
-    using Device::mapBuffer;
-    using Device::setBuffer;
-    bool setBuffer(Kolm::Buffer *buffer, size_t offset, const void *src, size_t size) override {
-        return cast<StubBuffer>(buffer)->set(offset, src, size);
+    using Device::createQuery;
+    Kolm::Query *createQuery() override { return make<StubQuery>(platform); }
+    using Device::createFence;
+    Kolm::Fence *createFence() override { return make<StubFence>(platform); }
+    using Device::createSampler;
+    Kolm::Sampler *createSampler(const Kolm::Sampler *sampler = nullptr) override {
+        return make<StubSampler>(platform, sampler, calls);
     }
-    bool getBuffer(Kolm::Buffer *buffer, size_t offset, void *dest, size_t size) override {
-        return cast<StubBuffer>(buffer)->get(offset, dest, size);
+    using Device::createTexture;
+    Kolm::Texture *createTexture() override { return make<StubTexture>(platform, calls); }
+    using Device::createTracing;
+    Kolm::Tracing *createTracing(const Kolm::Tracing *tracing = nullptr) override {
+        return make<StubTracing>(platform, tracing);
     }
-    void *mapBuffer(Kolm::Buffer *buffer, size_t offset, size_t size) override {
-        return cast<StubBuffer>(buffer)->map(offset, size);
+    using Device::createBufferTable;
+    Kolm::BufferTable *createBufferTable() override { return make<StubBufferTable>(platform); }
+    using Device::createTextureTable;
+    Kolm::TextureTable *createTextureTable() override { return make<StubTextureTable>(platform); }
+    using Device::createTarget;
+    Kolm::Target *createTarget() override { return make<StubTarget>(platform, nullptr, enabled_target, calls); }
+    Kolm::Target *createTarget(Kolm::Surface *surface) override {
+        return make<StubTarget>(platform, surface, enabled_target, calls);
     }
-    bool unmapBuffer(Kolm::Buffer *buffer) override { return cast<StubBuffer>(buffer)->unmap(); }
-    bool copyBuffer(Kolm::Buffer *dest, size_t dest_offset, Kolm::Buffer *src, size_t src_offset,
-                    size_t size) override {
-        return cast<StubBuffer>(dest)->copy(dest_offset, src, src_offset, size);
-    }
-    bool clearBuffer(Kolm::Buffer *buffer, Kolm::Format format, size_t offset, const void *value,
-                     size_t size) override {
-        return cast<StubBuffer>(buffer)->fill(format, offset, value, size);
-    }
-    bool flushBuffer(Kolm::Buffer *buffer, Kolm::Buffer::Flags flags) override {
-        return flushBuffers(&buffer, 1, flags);
-    }
-    bool flushBuffers(Kolm::Buffer **, uint32_t num, Kolm::Buffer::Flags flags) override {
-        calls.add("flushBuffers %u 0x%x", num, uint32_t(flags));
-        return true;
-    }
-    void releaseBuffer(Kolm::Buffer *buffer) override { cast<StubBuffer>(buffer)->memory.clear(); }
 
     bool execute(Device *) override { return frame("execute"); }
-    bool flip(Kolm::Fence *) override { return frame("flip"); }
     bool flush() override { return frame("flush"); }
     bool finish() override { return frame("finish"); }
     bool check() override { return true; }
@@ -311,11 +182,134 @@ public:
     StubCalls calls;
     Features features;
     bool no_objects = false; // factories fail
+    bool no_support = false; // operations on textures, tables, tracings, queries and fences fail
+    const Kolm::Target *enabled_target = nullptr;
+
+protected:
+    bool set_buffer(Kolm::Buffer *buffer, size_t offset, const void *src, size_t size) override {
+        return cast<StubBuffer>(buffer)->set(offset, src, size);
+    }
+    bool get_buffer(Kolm::Buffer *buffer, size_t offset, void *dest, size_t size) override {
+        return cast<StubBuffer>(buffer)->get(offset, dest, size);
+    }
+    void *map_buffer(Kolm::Buffer *buffer, size_t offset, size_t size) override {
+        return cast<StubBuffer>(buffer)->map(offset, size);
+    }
+    bool unmap_buffer(Kolm::Buffer *buffer) override { return cast<StubBuffer>(buffer)->unmap(); }
+    bool copy_buffer(Kolm::Buffer *dest, size_t dest_offset, Kolm::Buffer *src, size_t src_offset,
+                     size_t size) override {
+        return cast<StubBuffer>(dest)->copy(dest_offset, src, src_offset, size);
+    }
+    bool clear_buffer(Kolm::Buffer *buffer, Kolm::Format format, size_t offset, const void *value,
+                      size_t size) override {
+        return cast<StubBuffer>(buffer)->fill(format, offset, value, size);
+    }
+    bool bind_buffer(Kolm::Buffer *buffer, const size_t *offsets, const size_t *sizes, uint32_t num, bool bind,
+                     Kolm::Fence *) override {
+        return cast<StubBuffer>(buffer)->bind(offsets, sizes, num, bind);
+    }
+    bool flush_buffers(Kolm::Buffer **, uint32_t num, Kolm::Buffer::Flags flags) override {
+        return call("flushBuffers %u 0x%x", num, uint32_t(flags));
+    }
+    void release_buffer(Kolm::Buffer *buffer) override { cast<StubBuffer>(buffer)->memory.clear(); }
+    void release_sampler(Kolm::Sampler *sampler) override { cast<StubSampler>(sampler)->created = false; }
+
+    bool set_texture(Kolm::Texture *texture, const Kolm::Origin &origin, const Kolm::Slice &dest_slice,
+                     const Kolm::Image &image, const Kolm::Slice &image_slice) override {
+        call("setTexture %u,%u,%u %s from %s", origin.x, origin.y, origin.z, getText(dest_slice).c_str(),
+             getText(image_slice).c_str());
+        if(no_support) return false;
+        // The same bytes under the texture's format.
+        Kolm::Image pixels(image.getType(), texture->getFormat(), image.getSize(), image.getLayers(),
+                           image.hasMipmaps() ? Kolm::Image::FlagMipmaps : Kolm::Image::FlagNone);
+        if(pixels.getDataSize() != image.getDataSize()) return false;
+        memcpy(pixels.getData(), image.getData(), image.getDataSize());
+        return cast<StubTexture>(texture)->memory.copy(pixels, origin, image.getRegion(image_slice.mipmap),
+                                                       dest_slice.setSize(image_slice), image_slice);
+    }
+    bool get_texture(Kolm::Texture *texture, const Kolm::Slice &slice, Kolm::Image &image,
+                     const Kolm::Slice &image_slice) override {
+        call("getTexture %s to %s", getText(slice).c_str(), getText(image_slice).c_str());
+        if(no_support) return false;
+        return image.copy(cast<StubTexture>(texture)->memory, Kolm::Origin(), image.getRegion(image_slice.mipmap),
+                          image_slice, slice.setSize(image_slice));
+    }
+    bool copy_texture(Kolm::Texture *, const Kolm::Origin &origin, const Kolm::Slice &dest_slice, Kolm::Texture *,
+                      const Kolm::Region &region, const Kolm::Slice &src_slice) override {
+        return call("copyTexture %u,%u,%u %s from %s %s", origin.x, origin.y, origin.z, getText(dest_slice).c_str(),
+                    getText(region).c_str(), getText(src_slice).c_str());
+    }
+    bool clear_texture(Kolm::Texture *, const Kolm::Region &region, const Kolm::Slice &slice, const void *) override {
+        return call("clearTexture %s %s", getText(region).c_str(), getText(slice).c_str());
+    }
+    bool bind_texture(Kolm::Texture *, const Kolm::Region *regions, uint32_t num_regions, const Kolm::Slice *slices,
+                      uint32_t num_slices, bool bind, Kolm::Fence *) override {
+        return call("bindTexture %u %s %u %s %d", num_regions, getText(*regions).c_str(), num_slices,
+                    getText(*slices).c_str(), bind);
+    }
+    bool create_mipmaps(Kolm::Texture *, const Kolm::Slice &slice) override {
+        return call("createMipmaps %s", getText(slice).c_str());
+    }
+    bool flush_texture(Kolm::Texture *, const Kolm::Slice &slice, Kolm::Texture::Flags flags) override {
+        return call("flushTexture %s 0x%x", getText(slice).c_str(), uint32_t(flags));
+    }
+    bool flush_textures(Kolm::Texture **, uint32_t num, Kolm::Texture::Flags flags) override {
+        return call("flushTextures %u 0x%x", num, uint32_t(flags));
+    }
+    void release_texture(Kolm::Texture *texture) override { cast<StubTexture>(texture)->clear(); }
+
+    bool set_tracing(Kolm::Tracing *, const Kolm::Tracing::Instance *, uint32_t num) override {
+        return call("setTracing %u", num);
+    }
+    bool build_tracings(Kolm::Tracing **tracings, uint32_t num, Kolm::Buffer *, const size_t *offsets,
+                        Kolm::Tracing::Flags flags) override {
+        for(uint32_t i = 0; i < num; i++) {
+            const bool update = tracings[i]->isBuilt() && (flags & Kolm::Tracing::FlagUpdate);
+            if(!call("%sTracing %s %zu", update ? "update" : "build", tracings[i]->getDescription().get(), offsets[i]))
+                return false;
+        }
+        return true;
+    }
+    bool copy_tracings(Kolm::Tracing **, uint32_t num, Kolm::Buffer *, size_t offset, size_t stride) override {
+        return call("copyTracings %u %zu %zu", num, offset, stride);
+    }
+    bool compact_tracing(Kolm::Tracing *) override { return call("compactTracing"); }
+    bool flush_tracings(Kolm::Tracing **, uint32_t num) override { return call("flushTracings %u", num); }
+    void release_tracing(Kolm::Tracing *tracing) override { cast<StubTracing>(tracing)->created = false; }
+
+    bool set_buffer_table(Kolm::BufferTable *, uint32_t index, Kolm::Buffer **, uint32_t num) override {
+        return call("setBufferTable %u %u", index, num);
+    }
+    void release_buffer_table(Kolm::BufferTable *table) override { cast<StubBufferTable>(table)->created = false; }
+    bool set_texture_table(Kolm::TextureTable *, uint32_t index, Kolm::Texture **, uint32_t num) override {
+        return call("setTextureTable %u %u", index, num);
+    }
+    void release_texture_table(Kolm::TextureTable *table) override { cast<StubTextureTable>(table)->created = false; }
+
+    bool begin_query(Kolm::Query *query) override { return call("beginQuery %s", query->getTypeName()); }
+    bool end_query(Kolm::Query *query) override { return call("endQuery %s", query->getTypeName()); }
+    bool copy_queries(Kolm::Query **, uint32_t num, Kolm::Buffer *, size_t offset, size_t stride) override {
+        return call("copyQueries %u %zu %zu", num, offset, stride);
+    }
+    bool wait_fence(Kolm::Fence *fence) override { return call("waitFence %u", uint32_t(fence->getValue())); }
+    bool signal_fence(Kolm::Fence *fence) override { return call("signalFence %u", uint32_t(fence->getValue())); }
+    bool flip_frame(Kolm::Fence *fence) override { return call(fence ? "flip fence" : "flip"); }
+
+    const Kolm::Target *get_enabled_target() const override { return enabled_target; }
 
 private:
     bool frame(const char *name) {
         calls.add("%s", name);
         return true;
+    }
+    template<class... Args> bool call(const char *format, Args... args) {
+        char text[256];
+        snprintf(text, sizeof(text), format, args...);
+        calls.add("%s", text);
+        return !no_support;
+    }
+    template<class Type, class... Args> Type *make(Args &&...args) {
+        return (no_objects) ? nullptr : new Type(std::forward<Args>(args)...);
     }
 };
 

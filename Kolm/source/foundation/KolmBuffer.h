@@ -52,6 +52,7 @@ public:
     bool check(size_t offset, size_t size) const;
 
 protected:
+    friend class Device;
     friend class ComputeRecorder;
 
     /// Stores the parameters of create() after testing them; a refusal clears the object.

@@ -1,9 +1,10 @@
-// KolmDevice.cpp: the forms of the device that lean on other operations.
+// KolmDevice.cpp: identity, shaders, and what a device is without a backend's help.
 
 #include "KolmDevice.h"
 
 #include <stdarg.h>
 
+#include "KolmCaller.h"
 #include "KolmCompute.h"
 #include "KolmLog.h"
 
@@ -27,65 +28,72 @@ String Device::getVendorName(uint32_t vendor_id) {
     return String::format("0x%04x", vendor_id);
 }
 
-// buffers
+// what a backend may leave out
 
-Buffer *Device::createBuffer(Buffer *src) {
-    Buffer *buffer = createBuffer();
-    return (buffer) ? get_created(buffer, buffer->create(src)) : nullptr;
+bool Device::refuse(const char *method, const char *kind) const {
+    return Caller{*this, "Device", method}.error("%s are not supported", kind);
 }
 
-Buffer *Device::createBuffer(Buffer::Flags flags, size_t size, Format format) {
-    Buffer *buffer = createBuffer();
-    return (buffer) ? get_created(buffer, buffer->create(flags, size, format)) : nullptr;
+void Device::check_transfer(const Caller &caller) const {
+    if(KOLM_UNLIKELY(get_enabled_target() != nullptr)) caller.fail("target is enabled");
 }
 
-Buffer *Device::createBuffer(Buffer::Flags flags, const void *src, size_t size, Format format) {
-    Buffer *buffer = createBuffer(flags, size, format);
-    return (buffer && src) ? get_created(buffer, setBuffer(buffer, 0, src, size)) : buffer;
-}
+bool Device::hasQuery(Query::Type) const { return false; }
+bool Device::hasTarget(Format) const { return false; }
+bool Device::hasTexture(Format) const { return false; }
+bool Device::hasSurface(Format) const { return false; }
 
-bool Device::setBuffer(Buffer *buffer, const void *src, size_t size) { return setBuffer(buffer, 0, src, size); }
+#define DEVICE_FACTORY(TYPE, KIND, ...)       \
+    TYPE *Device::create##TYPE(__VA_ARGS__) { \
+        refuse("create" #TYPE, KIND);         \
+        return nullptr;                       \
+    }
+DEVICE_FACTORY(Query, "queries")
+DEVICE_FACTORY(Fence, "fences")
+DEVICE_FACTORY(Sampler, "samplers", const Sampler *)
+DEVICE_FACTORY(Texture, "textures")
+DEVICE_FACTORY(Tracing, "tracings", const Tracing *)
+DEVICE_FACTORY(BufferTable, "buffer tables")
+DEVICE_FACTORY(TextureTable, "texture tables")
+DEVICE_FACTORY(Target, "targets")
+DEVICE_FACTORY(Target, "surface targets", Surface *)
+#undef DEVICE_FACTORY
 
-bool Device::setBuffer(Buffer *buffer, const void *src) {
-    KOLM_ASSERT(buffer && "Device::setBuffer(): buffer is null");
-    return setBuffer(buffer, 0, src, buffer->getSize());
-}
+#define DEVICE_OPERATION(NAME, METHOD, KIND, ...) \
+    bool Device::NAME(__VA_ARGS__) { return refuse(METHOD, KIND); }
+DEVICE_OPERATION(bind_buffer, "bindBuffer", "sparse buffers", Buffer *, const size_t *, const size_t *, uint32_t, bool,
+                 Fence *)
+DEVICE_OPERATION(set_texture, "setTexture", "textures", Texture *, const Origin &, const Slice &, const Image &,
+                 const Slice &)
+DEVICE_OPERATION(get_texture, "getTexture", "textures", Texture *, const Slice &, Image &, const Slice &)
+DEVICE_OPERATION(copy_texture, "copyTexture", "textures", Texture *, const Origin &, const Slice &, Texture *,
+                 const Region &, const Slice &)
+DEVICE_OPERATION(clear_texture, "clearTexture", "textures", Texture *, const Region &, const Slice &, const void *)
+DEVICE_OPERATION(bind_texture, "bindTexture", "sparse textures", Texture *, const Region *, uint32_t, const Slice *,
+                 uint32_t, bool, Fence *)
+DEVICE_OPERATION(create_mipmaps, "createMipmaps", "mipmaps", Texture *, const Slice &)
+DEVICE_OPERATION(flush_texture, "flushTexture", "textures", Texture *, const Slice &, Texture::Flags)
+DEVICE_OPERATION(flush_textures, "flushTextures", "textures", Texture **, uint32_t, Texture::Flags)
+DEVICE_OPERATION(set_tracing, "setTracing", "tracings", Tracing *, const Tracing::Instance *, uint32_t)
+DEVICE_OPERATION(build_tracings, "buildTracings", "tracings", Tracing **, uint32_t, Buffer *, const size_t *,
+                 Tracing::Flags)
+DEVICE_OPERATION(copy_tracings, "copyTracings", "tracings", Tracing **, uint32_t, Buffer *, size_t, size_t)
+DEVICE_OPERATION(compact_tracing, "compactTracing", "tracings", Tracing *)
+DEVICE_OPERATION(flush_tracings, "flushTracings", "tracings", Tracing **, uint32_t)
+DEVICE_OPERATION(set_buffer_table, "setBufferTable", "buffer tables", BufferTable *, uint32_t, Buffer **, uint32_t)
+DEVICE_OPERATION(set_texture_table, "setTextureTable", "texture tables", TextureTable *, uint32_t, Texture **, uint32_t)
+DEVICE_OPERATION(begin_query, "beginQuery", "queries", Query *)
+DEVICE_OPERATION(end_query, "endQuery", "queries", Query *)
+DEVICE_OPERATION(copy_queries, "copyQueries", "queries", Query **, uint32_t, Buffer *, size_t, size_t)
+DEVICE_OPERATION(wait_fence, "waitFence", "fences", Fence *)
+DEVICE_OPERATION(signal_fence, "signalFence", "fences", Fence *)
+#undef DEVICE_OPERATION
 
-bool Device::getBuffer(Buffer *buffer, void *dest, size_t size) { return getBuffer(buffer, 0, dest, size); }
-
-bool Device::getBuffer(Buffer *buffer, void *dest) {
-    KOLM_ASSERT(buffer && "Device::getBuffer(): buffer is null");
-    return getBuffer(buffer, 0, dest, buffer->getSize());
-}
-
-void *Device::mapBuffer(Buffer *buffer, size_t size) { return mapBuffer(buffer, 0, size); }
-
-void *Device::mapBuffer(Buffer *buffer) {
-    KOLM_ASSERT(buffer && "Device::mapBuffer(): buffer is null");
-    return mapBuffer(buffer, 0, buffer->getSize());
-}
-
-bool Device::copyBuffer(Buffer *dest, Buffer *src, size_t size) { return copyBuffer(dest, 0, src, 0, size); }
-
-bool Device::copyBuffer(Buffer *dest, Buffer *src) {
-    KOLM_ASSERT(src && "Device::copyBuffer(): src buffer is null");
-    return copyBuffer(dest, 0, src, 0, src->getSize());
-}
-
-bool Device::clearBuffer(Buffer *buffer, Format format, const void *value, size_t size) {
-    return clearBuffer(buffer, format, 0, value, size);
-}
-
-bool Device::clearBuffer(Buffer *buffer, Format format, const void *value) {
-    KOLM_ASSERT(buffer && "Device::clearBuffer(): buffer is null");
-    return clearBuffer(buffer, format, 0, value, buffer->getSize());
-}
-
-bool Device::clearBuffer(Buffer *buffer) { return clearBuffer(buffer, FormatUnknown, nullptr); }
-
-bool Device::flushBuffers(const std::initializer_list<Buffer *> &buffers, Buffer::Flags flags) {
-    return flushBuffers(const_cast<Buffer **>(buffers.begin()), uint32_t(buffers.size()), flags);
-}
+void Device::release_sampler(Sampler *) {}
+void Device::release_texture(Texture *) {}
+void Device::release_tracing(Tracing *) {}
+void Device::release_buffer_table(BufferTable *) {}
+void Device::release_texture_table(TextureTable *) {}
 
 // shaders
 

@@ -209,56 +209,40 @@ void VKDevice::releaseKernel(Kernel *kernel) {
 
 Compute *VKDevice::createCompute() { return new VKCompute(context, getFeatures()); }
 
-bool VKDevice::setBuffer(Buffer *buffer, size_t offset, const void *src, size_t size) {
-    KOLM_ASSERT(buffer && "VKDevice::setBuffer(): buffer is null");
-    KOLM_ASSERT((src || size == 0) && "VKDevice::setBuffer(): data is null");
+bool VKDevice::set_buffer(Buffer *buffer, size_t offset, const void *src, size_t size) {
     return cast<VKBuffer>(buffer)->set(context, offset, src, size);
 }
 
-bool VKDevice::getBuffer(Buffer *buffer, size_t offset, void *dest, size_t size) {
-    KOLM_ASSERT(buffer && "VKDevice::getBuffer(): buffer is null");
-    KOLM_ASSERT((dest || size == 0) && "VKDevice::getBuffer(): data is null");
+bool VKDevice::get_buffer(Buffer *buffer, size_t offset, void *dest, size_t size) {
     return cast<VKBuffer>(buffer)->get(context, offset, dest, size);
 }
 
-void *VKDevice::mapBuffer(Buffer *buffer, size_t offset, size_t size) {
-    KOLM_ASSERT(buffer && "VKDevice::mapBuffer(): buffer is null");
+void *VKDevice::map_buffer(Buffer *buffer, size_t offset, size_t size) {
     return cast<VKBuffer>(buffer)->map(offset, size);
 }
 
-bool VKDevice::unmapBuffer(Buffer *buffer) {
-    KOLM_ASSERT(buffer && "VKDevice::unmapBuffer(): buffer is null");
-    return cast<VKBuffer>(buffer)->unmap();
-}
+bool VKDevice::unmap_buffer(Buffer *buffer) { return cast<VKBuffer>(buffer)->unmap(); }
 
-bool VKDevice::copyBuffer(Buffer *dest, size_t dest_offset, Buffer *src, size_t src_offset, size_t size) {
-    KOLM_ASSERT(dest && src && "VKDevice::copyBuffer(): buffer is null");
+bool VKDevice::copy_buffer(Buffer *dest, size_t dest_offset, Buffer *src, size_t src_offset, size_t size) {
     return cast<VKBuffer>(dest)->copy(context, dest_offset, cast<VKBuffer>(src), src_offset, size);
 }
 
-bool VKDevice::clearBuffer(Buffer *buffer, Format format, size_t offset, const void *value, size_t size) {
-    KOLM_ASSERT(buffer && "VKDevice::clearBuffer(): buffer is null");
+bool VKDevice::clear_buffer(Buffer *buffer, Format format, size_t offset, const void *value, size_t size) {
     return cast<VKBuffer>(buffer)->clear(context, format, offset, value, size);
 }
 
-bool VKDevice::flushBuffer(Buffer *buffer, Buffer::Flags flags) { return flushBuffers(&buffer, 1, flags); }
-
-bool VKDevice::flushBuffers(Buffer **buffers, uint32_t num, Buffer::Flags flags) {
+bool VKDevice::flush_buffers(Buffer **buffers, uint32_t num, Buffer::Flags flags) {
     const VkAccessFlags access = VKBuffer::getBufferAccessFlags(flags);
     if(access == 0) return true;
     VKContext::Barriers barriers;
     for(uint32_t i = 0; i < num; i++) {
-        KOLM_ASSERT(buffers[i] && buffers[i]->isCreated() && "VKDevice::flushBuffers(): buffer is not created");
         cast<VKBuffer>(buffers[i])->setBufferAccess(barriers, context, access, true);
     }
     context->barrier(barriers);
     return true;
 }
 
-void VKDevice::releaseBuffer(Buffer *buffer) {
-    KOLM_ASSERT(buffer && "VKDevice::releaseBuffer(): buffer is null");
-    cast<VKBuffer>(buffer)->clear();
-}
+void VKDevice::release_buffer(Buffer *buffer) { cast<VKBuffer>(buffer)->clear(); }
 
 void VKDevice::setBufferAccess(Buffer *buffer, VkAccessFlags access) {
     KOLM_ASSERT(buffer && "VKDevice::setBufferAccess(): buffer is null");
@@ -277,7 +261,7 @@ bool VKDevice::execute(Device *device) {
     return context->execute(cast<VKDevice>(device)->context);
 }
 
-bool VKDevice::flip(Fence *) { return context->flip(context->isPrimary(), true); }
+bool VKDevice::flip_frame(Fence *) { return context->flip(context->isPrimary(), true); }
 
 bool VKDevice::flush() { return context->flush(false); }
 

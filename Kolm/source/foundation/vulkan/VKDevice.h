@@ -50,21 +50,6 @@ public:
     void releaseKernel(Kernel *kernel) override;
     Compute *createCompute() override;
 
-    using Device::clearBuffer;
-    using Device::copyBuffer;
-    using Device::flushBuffers;
-    using Device::getBuffer;
-    using Device::mapBuffer;
-    using Device::setBuffer;
-    bool setBuffer(Buffer *buffer, size_t offset, const void *src, size_t size) override;
-    bool getBuffer(Buffer *buffer, size_t offset, void *dest, size_t size) override;
-    void *mapBuffer(Buffer *buffer, size_t offset, size_t size) override;
-    bool unmapBuffer(Buffer *buffer) override;
-    bool copyBuffer(Buffer *dest, size_t dest_offset, Buffer *src, size_t src_offset, size_t size) override;
-    bool clearBuffer(Buffer *buffer, Format format, size_t offset, const void *value, size_t size) override;
-    bool flushBuffer(Buffer *buffer, Buffer::Flags flags) override;
-    bool flushBuffers(Buffer **buffers, uint32_t num, Buffer::Flags flags) override;
-    void releaseBuffer(Buffer *buffer) override;
     /// Tells what the application did to a buffer by its own commands.
     void setBufferAccess(Buffer *buffer, VkAccessFlags access);
     /// Waits for a fence of the application, in nanoseconds. False when the time is over.
@@ -73,7 +58,6 @@ public:
     bool signalVKFence(VkFence fence) { return context->flush(false, fence); }
 
     bool execute(Device *device) override;
-    bool flip(Fence *fence = nullptr) override;
     bool flush() override;
     bool finish() override;
     bool check() override;
@@ -82,6 +66,17 @@ public:
         context->addWaitSemaphore(semaphore, stage_mask);
     }
     void signalSemaphore(VkSemaphore semaphore) { context->addSignalSemaphore(semaphore); }
+
+protected:
+    bool set_buffer(Buffer *buffer, size_t offset, const void *src, size_t size) override;
+    bool get_buffer(Buffer *buffer, size_t offset, void *dest, size_t size) override;
+    void *map_buffer(Buffer *buffer, size_t offset, size_t size) override;
+    bool unmap_buffer(Buffer *buffer) override;
+    bool copy_buffer(Buffer *dest, size_t dest_offset, Buffer *src, size_t src_offset, size_t size) override;
+    bool clear_buffer(Buffer *buffer, Format format, size_t offset, const void *value, size_t size) override;
+    bool flush_buffers(Buffer **buffers, uint32_t num, Buffer::Flags flags) override;
+    void release_buffer(Buffer *buffer) override;
+    bool flip_frame(Fence *fence) override;
 
 private:
     static void load_features(Features &features, const VKAdapter &adapter);
