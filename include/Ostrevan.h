@@ -27,6 +27,7 @@
 #include <format/OstrevanImage.h>
 #include <format/OstrevanImageColor.h>
 #include <format/OstrevanImageSampler.h>
+#include <format/OstrevanImageStream.h>
 #include <format/OstrevanJson.h>
 #include <format/OstrevanSize.h>
 #include <format/OstrevanSlice.h>

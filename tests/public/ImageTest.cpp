@@ -11,6 +11,7 @@
 #include <core/OstrevanString.h>
 #include <format/OstrevanImage.h>
 #include <format/OstrevanImageSampler.h>
+#include <format/OstrevanImageStream.h>
 #include <math/OstrevanFloat.h>
 
 using namespace Ostrevan;
@@ -83,6 +84,8 @@ TEST(PublicImage, resizing_and_texels) {
     sampler.set2D(3u, 2u, ImageColor(Color::red, image.getFormat()));
     EXPECT_EQ(image.getData(Origin(3, 2))[0], 255);
     EXPECT_EQ(sampler.get2D(3.0, 2.0).get(image.getFormat()), Color::red);
+    EXPECT_TRUE(ImageStream::check("photo.JPG") && !ImageStream::check("photo.txt"));
+    EXPECT_NE(strstr(ImageStream::getSaveFormats().get(), ".jpeg"), nullptr);
     const ImageSampler faces(cube);
     EXPECT_EQ(faces.getFaces(), 6u);
     double u = 0, v = 0;
