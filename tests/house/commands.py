@@ -100,6 +100,10 @@ def usage_is_refused():
                   ["shader", "a.comp", "-o"], ["shader", "a.comp", "-D"], ["shader", "a.txt"], ["run"], ["run", "a.comp"],
                   ["run", "a.comp", "-o"], ["run", "a.comp", "-o", "x.png", "-s", "0x5"], ["run", "a.comp", "-o", "x.png", "-s", "12"],
                   ["run", "a.comp", "-o", "x.png", "-s", "9000x10"], ["run", "a.comp", "-o", "x.png", "--adapter", "one"],
+                  ["shader", "a.comp", "b.comp", "-o", "no_such_folder"], ["shader", "a.comp", "-j", "0"], ["shader", "a.comp", "-j", "two"],
+                  ["shader", "a.comp", "--depfile"], ["shader", "a.comp", "--cache"], ["shader", "a.comp", "b.comp", "-E"],
+                  ["shader", "a.comp", "-E", "--json"], ["shader", "a.comp", "--json", "-o", "-"], ["shader", "a.comp", "a.comp"],
+                  ["shader", "x/a.comp", "y/a.comp", "-o", "z/"], ["shader", "a.comp", "b.txt"],
                   ["info", "extra"], ["info", "--wrong"], ["json"], ["json", "a", "b"], ["json", "a", "--get"], ["json", "a", "-o"], ["json", "a", "--wrong"],
                   ["scan", "--groups", "48"], ["scan", "--bits", "3"], ["sort", "--size", "0"], ["sort", "--bits", "33"], ["sort", "10"]):
         run = ostrevan(*words)
@@ -216,6 +220,151 @@ def json_documents(folder):
     check(run.returncode == 1 and run.stderr.count("\n") == 1, "a folder as document", run)
     run = ostrevan("json", "-", "-o", folder / "no" / "such.json", stdin="[]")
     check(run.returncode == 1 and "such.json" in run.stderr, "unwritable document", run)
+
+
+def many_shaders_at_once(folder):
+    (folder / "common.h").write_text("#define SCALE 2.0\n")
+    names = []
+    for i in range(24):
+        name = f"s{i}.{('vert', 'frag', 'comp')[i % 3]}"
+        stage = ("void main() { gl_Position = vec4(SCALE * %d.0); }", "layout(location = 0) out vec4 c; void main() { c = vec4(SCALE * %d.0); }",
+                 "layout(local_size_x = 4) in; layout(binding = 0) buffer B { float b[]; }; void main() { b[0] = SCALE * %d.0; }")[i % 3] % i
+        (folder / name).write_text(f'#include "common.h"\n{stage}\n')
+        names.append(name)
+    outputs = {}
+    for workers, where in ((1, "one/"), (4, "four/"), (3, "three")):
+        if where == "three":
+            (folder / where).mkdir()
+        run = ostrevan("shader", *names, "-o", where, "-j", workers, cwd=folder)
+        files = sorted((folder / where).iterdir())
+        outputs[where] = [path.read_bytes() for path in files]
+        check(run.returncode == 0 and not run.stderr and [path.name for path in files] == sorted(name + ".spv" for name in names), f"shader -j {workers}", run)
+    check(outputs["one/"] == outputs["four/"] == outputs["three"], "any number of workers gives the same bytes")
+    single = ostrevan("shader", names[5], "-o", "single.spv", cwd=folder)
+    check(single.returncode == 0 and (folder / "single.spv").read_bytes() == (folder / "one" / (names[5] + ".spv")).read_bytes(), "alone or among others")
+    run = ostrevan("shader", *names[:2], cwd=folder)  # beside the inputs, under names that differ
+    check(run.returncode == 0 and (folder / "s0.vert.spv").exists() and (folder / "s1.frag.spv").exists(), "several inputs without -o", run)
+
+    # one fault among many: the others are written, messages stand in the order of the inputs
+    (folder / names[3]).write_text("void main() { one; }\n")
+    (folder / names[7]).write_text("\nvoid main() { two; }\n")
+    run = ostrevan("shader", *names, "-o", "faults/", "-j", "4", cwd=folder)
+    written = {path.name for path in (folder / "faults").iterdir()}
+    check(run.returncode == 1 and written == {name + ".spv" for name in names if name not in (names[3], names[7])}, "faults among many", run)
+    check(0 < run.stderr.find(names[3] + ":1") < run.stderr.find(names[7] + ":2") and "2 of 24" in run.stderr, "messages in order", run)
+
+    # a failure leaves the old output, and no part of a new one
+    (folder / "old.spv").write_text("old")
+    run = ostrevan("shader", names[3], "-o", "old.spv", cwd=folder)
+    check(run.returncode == 1 and (folder / "old.spv").read_text() == "old" and not list(folder.glob("*.part")), "a failure keeps the old output", run)
+    run = ostrevan("shader", names[0], names[1], "-o", "old.spv/", cwd=folder)
+    check(run.returncode == 1 and "old.spv" in run.stderr, "a file in place of the folder", run)
+
+
+def shader_tells_its_sources(folder):
+    (folder / "in dir").mkdir()
+    (folder / "in dir" / "a$b#c.h").write_text('#include "nested.h"\n')
+    (folder / "in dir" / "nested.h").write_text("#define X 1\n")
+    (folder / "a.vert").write_text('#include "a$b#c.h"\n#include "nested.h"\nvoid main() {}\n')
+    (folder / "b.frag").write_text("void main() {}\n")
+    run = ostrevan("shader", "a.vert", "b.frag", "-I", "in dir", "--depfile", "all.d", "-o", "out/", cwd=folder)
+    check(run.returncode == 0, "shader --depfile", run)
+    # make itself reads the rules: an output is made again when a file of it is newer, and only then
+    (folder / "Makefile").write_text("all: out/a.vert.spv out/b.frag.spv\n%.spv:\n\t@echo MADE $@\ninclude all.d\n")
+    for changed, made in ((None, []), ("in dir/nested.h", ["a.vert"]), ("in dir/a$b#c.h", ["a.vert"]), ("b.frag", ["b.frag"]), ("a.vert", ["a.vert"])):
+        for path in folder.rglob("*"):
+            os.utime(path, (1000, 1000))
+        if changed:
+            os.utime(folder / changed, (2000, 2000))
+        run = subprocess.run(["make", "-s"], cwd=folder, capture_output=True, text=True)
+        check(run.returncode == 0 and sorted(re.findall(r"MADE out/(\S+)\.spv", run.stdout)) == made, f"depfile: {changed} is newer", run)
+    run = ostrevan("shader", "a.vert", "--depfile", "failed.d", cwd=folder)
+    check(run.returncode == 1 and not (folder / "failed.d").exists(), "no depfile of a failure", run)
+
+
+def shader_tells_its_interface(folder):
+    (folder / "all.frag").write_text("""#version 450
+layout(location = 1) in vec2 uv;
+layout(location = 0) flat in ivec3 id;
+layout(location = 0) out vec4 color;
+layout(location = 1) out uint mask;
+layout(set = 1, binding = 2) uniform texture2D textures[4];
+layout(binding = 3) uniform sampler smp;
+layout(binding = 4) uniform samplerCube cube;
+layout(std140, binding = 0) uniform Params { mat3 m; float f[3]; vec3 v; float w; };
+layout(std430, binding = 1) buffer Data { uint num; uint data[]; };
+layout(binding = 6, rgba8) uniform image2D img;
+layout(push_constant) uniform Push { vec4 p; float q; };
+void main() {
+    color = texture(sampler2D(textures[id.x], smp), uv) * vec4(m * v, w) * f[1] + p * q + texture(cube, vec3(uv, 1.0));
+    imageStore(img, ivec2(uv), color);
+    mask = data[num];
+}
+""")
+    (folder / "group.comp").write_text("layout(local_size_x = 8, local_size_y = 4) in;\nlayout(binding = 0) buffer B { uint b[]; };\n"
+                                       "void main() { b[0] = subgroupAdd(1u); }\n")
+    run = ostrevan("shader", "all.frag", "group.comp", "--json", "-o", "out/", cwd=folder)
+    record = json.loads(run.stdout)
+    frag, comp = record["files"]
+    check(run.returncode == 0 and (record["done"], record["failed"]) == (2, 0) and "cache" not in record, "shader --json", run)
+    check((frag["file"], frag["stage"], frag["done"], frag["output"]) == ("all.frag", "fragment", True, "out/all.frag.spv"), "json: file", run)
+    check([(i["location"], i["name"], i["type"]) for i in frag["inputs"]] == [(0, "id", "ivec3"), (1, "uv", "vec2")] and
+          [(i["location"], i["name"], i["type"]) for i in frag["outputs"]] == [(0, "color", "vec4"), (1, "mask", "uint")], "json: locations", run)
+    check([(b["set"], b["binding"], b["kind"], b["type"], b["count"], b.get("size")) for b in frag["bindings"]] ==
+          [(0, 0, "uniform", "struct", 1, 112), (0, 1, "storage", "struct", 1, 4), (0, 3, "sampler", "sampler", 1, None),
+           (0, 4, "combined", "samplerCube", 1, None), (0, 6, "surface", "image2D", 1, None), (1, 2, "texture", "texture2D", 4, None)], "json: bindings", run)
+    check(frag["constants"] == 20 and "workgroup" not in frag and "Shader" in frag["capabilities"], "json: constants", run)
+    check(comp["workgroup"] == [8, 4, 1] and "GroupNonUniformArithmetic" in comp["capabilities"] and comp["diagnostics"] == [], "json: work-group", run)
+
+    (folder / "inc.h").write_bytes(b"#define A 1\n#define A 2\n// \xff\n#error say \"\xe9\"\n")
+    (folder / "bad.vert").write_text('#include "inc.h"\nvoid main() {\n  nonsense;\n}\n')
+    run = ostrevan("shader", "bad.vert", "absent.vert", "--json", cwd=folder)
+    record = json.loads(run.stdout)
+    found = [(d["level"], d.get("file"), d.get("line")) for d in record["files"][0]["diagnostics"]]
+    check(run.returncode == 1 and not run.stderr and found == [("warning", "inc.h", 2), ("error", "inc.h", 4), ("error", "bad.vert", 3)], "json: diagnostics", run)
+    last = record["files"][0]["diagnostics"][-1]
+    check("nonsense" in last["message"] and "nonsense;" in last["source"] and "\ufffd" in record["files"][0]["diagnostics"][1]["message"], "json: texts", run)
+    check(not record["files"][1]["done"] and "absent.vert" in record["files"][1]["diagnostics"][0]["message"], "json: absent file", run)
+
+
+def shader_keeps_words(folder):
+    names = []
+    for i in range(6):
+        names.append(f"s{i}.comp")
+        (folder / names[-1]).write_text(f"#include \"value.h\"\nlayout(local_size_x = {i + 1}) in; void main() {{ uint x = VALUE; }}\n")
+    (folder / "value.h").write_text("#define VALUE 1u\n")
+
+    def build(*words):
+        run = ostrevan("shader", *names, "--cache", "cache", "--json", "-o", "out/", *words, cwd=folder)
+        record = json.loads(run.stdout)
+        return record["cache"]["hits"], record["cache"]["misses"], [path.read_bytes() for path in sorted((folder / "out").iterdir())]
+
+    first = build()
+    check(first[:2] == (0, 6), f"cache: first run {first[:2]}")
+    check(build() == (6, 0, first[2]), "cache: a second run compiles nothing and gives the same bytes")
+    for i, path in enumerate(sorted((folder / "cache").iterdir())[:3]):
+        data = bytearray(path.read_bytes())
+        data[20 * (i + 1)] ^= 1
+        path.write_bytes(data)
+    check(build() == (3, 3, first[2]), "cache: damaged entries are compiled again")
+    (folder / "value.h").write_text("#define VALUE 2u\n")
+    check(build()[:2] == (0, 6), "cache: a changed include")
+    run = ostrevan("shader", names[0], "--cache", "/dev/null", cwd=folder)
+    check(run.returncode == 1 and "/dev/null" in run.stderr, "cache: no folder", run)
+
+
+def progress_is_for_terminals(folder):
+    import pty
+    for name in ("a.vert", "b.vert", "c.vert"):
+        (folder / name).write_text("void main() {}\n")
+    master, slave = pty.openpty()
+    process = subprocess.Popen(PREFIX + [PROGRAM, "shader", "a.vert", "b.vert", "c.vert", "-j", "1"], cwd=folder, stderr=slave, stdout=subprocess.PIPE)
+    process.wait(60)
+    os.close(slave)
+    text = os.read(master, 65536).decode()
+    os.close(master)
+    check("[1/3] a.vert" in text and "[2/3] b.vert" in text and text.endswith("\r\x1b[K"), f"progress on a terminal: {text!r}")
+    process.stdout.close()
 
 
 def works_without_the_loader(folder):
@@ -374,6 +523,12 @@ with tempfile.TemporaryDirectory() as name:
     bad_shaders_fail_with_file_and_line(folder())
     shader_writes_words_and_text(folder())
     json_documents(folder())
+    many_shaders_at_once(folder())
+    shader_tells_its_sources(folder())
+    shader_tells_its_interface(folder())
+    shader_keeps_words(folder())
+    if not PREFIX:
+        progress_is_for_terminals(folder())
     if not PREFIX:
         works_without_the_loader(folder())
     if GPU:

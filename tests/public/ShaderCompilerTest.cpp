@@ -137,7 +137,7 @@ TEST(ShaderCommand, failures) {
         {folder + "fill.comp -x", 2, "unknown option \"-x\""},
         {folder + "fill.comp -D", 2, "option -D lacks its value"},
         {folder + "fill.comp -D 9=1", 2, "invalid macro"},
-        {"a.comp b.comp", 2, "more than one input"},
+        {"a.comp b.comp -o " + out, 2, "several inputs need a folder"},
         {"", 2, "no input file"},
         {"--help", 0, "Usage: ostrevan shader"},
     };

@@ -1,6 +1,7 @@
 // ostrevan info: the library's build record, and what each adapter can do.
 
 #include "Commands.h"
+#include "Output.h"
 
 #include <Ostrevan.h>
 
@@ -20,17 +21,9 @@ static void print_help() {
 }
 
 static void print_string(const char *text) {
-    putchar('"');
-    for(; *text; text++) {
-        const unsigned char c = static_cast<unsigned char>(*text);
-        if(c == '"' || c == '\\')
-            printf("\\%c", c);
-        else if(c < 32)
-            printf("\\u%04x", c);
-        else
-            putchar(c);
-    }
-    putchar('"');
+    std::string json;
+    appendJson(json, text);
+    fputs(json.c_str(), stdout);
 }
 
 template<class Type> static void print_value(Type value) {

@@ -116,10 +116,5 @@ int jsonCommand(int argc, char **argv) {
         return fail(name);
     }
     blob.puts("\n");
-    if(output && strcmp(output, "-") != 0) {
-        return writeFile("json", output, blob.getData(), blob.getSize()) ? ExitDone : ExitFailed;
-    }
-    if(fwrite(blob.getData(), 1, blob.getSize(), stdout) == blob.getSize() && fflush(stdout) == 0) return ExitDone;
-    fprintf(stderr, "ostrevan json: can't write to the standard output\n");
-    return ExitFailed;
+    return writeOutput("json", output ? output : "-", blob.getData(), blob.getSize()) ? ExitDone : ExitFailed;
 }

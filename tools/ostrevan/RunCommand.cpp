@@ -226,7 +226,7 @@ int runCommand(int argc, char **argv) {
 
     Blob blob(options.output);
     if(!image.save(blob)) return fail("can't encode " + quote(options.output));
-    if(!writeFile("run", options.output, blob.getData(), blob.getSize())) return ExitFailed;
+    if(!writeOutput("run", options.output, blob.getData(), blob.getSize())) return ExitFailed;
     if(!options.quiet)
         printf("%s: compiled in %.2f ms (driver %.1f ms), ran in %.1f ms, %ux%u -> %s\n", device.getName().get(),
                compile, create, run, options.width, options.height, options.output);
