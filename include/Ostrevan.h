@@ -25,6 +25,7 @@
 #include <format/OstrevanColor.h>
 #include <format/OstrevanFormat.h>
 #include <format/OstrevanImage.h>
+#include <format/OstrevanImageCoder.h>
 #include <format/OstrevanImageColor.h>
 #include <format/OstrevanImageSampler.h>
 #include <format/OstrevanImageStream.h>

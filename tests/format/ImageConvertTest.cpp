@@ -259,7 +259,9 @@ TEST(ImageConvert, all_pairs) {
                 {Image::FlagNone, Image::FlagSRGB, Image::FlagGamma | Image::FlagNormalize}) {
                 const Image ret = image.toFormat(Format(j), flags);
                 if(!ret.isLoaded()) continue;
-                ASSERT_EQ(ret.getFormat(), Format(j));
+                // Blocks that go nowhere are decoded.
+                const Format format = (j == FormatUnknown) ? toPixelFormat(Format(i)) : Format(j);
+                ASSERT_EQ(ret.getFormat(), format);
                 ASSERT_EQ(ret.getSize(), image.getSize());
                 ASSERT_EQ(ret.getSlice(), image.getSlice());
             }

@@ -10,6 +10,7 @@
 #include <core/OstrevanLog.h>
 #include <core/OstrevanString.h>
 #include <format/OstrevanImage.h>
+#include <format/OstrevanImageCoder.h>
 #include <format/OstrevanImageSampler.h>
 #include <format/OstrevanImageStream.h>
 #include <math/OstrevanFloat.h>
@@ -122,4 +123,15 @@ TEST(PublicImage, files) {
     EXPECT_TRUE(info.isLoaded() && !info.isAllocated());
     EXPECT_EQ(info.getSize(), Size(31, 9));
     remove(name.c_str());
+}
+
+TEST(PublicImage, blocks) {
+    EXPECT_TRUE(ImageCoder::check(FormatBC7RGBAu8n));
+    EXPECT_FALSE(ImageCoder::check(FormatRGBAu8n));
+    EXPECT_FALSE(ImageCoder::check(FormatASTC44RGBAu8n));
+    EXPECT_EQ(std::string(ImageCoder::getEncodeFormats().get()).find("BC1RGBu8n "), 0u);
+    EXPECT_NE(std::string(ImageCoder::getDecodeFormats().get()).find(" ETC2RGBAu8ns "), std::string::npos);
+    const Image blocks = make_ramp(8, 8).toFormat(FormatBC7RGBAu8n, Image::FlagFast);
+    EXPECT_EQ(blocks.getDataSize(), 64u);
+    EXPECT_EQ(blocks.toFormat(FormatRGBAu8n).getSize(), Size(8, 8));
 }

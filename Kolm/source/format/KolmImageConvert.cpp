@@ -12,6 +12,7 @@
 #include "KolmColor.h"
 #include "KolmGamma.h"
 #include "KolmImage.h"
+#include "KolmImageCoder.h"
 #include "KolmLog.h"
 
 namespace Kolm {
@@ -328,6 +329,12 @@ template<class Func> bool with_element(Format format, Func func) {
 bool is_tight(Format format) {
     return (isColorFormat(format) && isPlainFormat(format)) || format == FormatDu16 || format == FormatDf32;
 }
+// Rows of one family without coders are still copies of each other.
+bool has_coders(Format src, Format dst) {
+    const bool missing =
+        (isBlockFormat(src) && !ImageCoder::check(src)) || (isBlockFormat(dst) && !ImageCoder::check(dst));
+    return !missing || !isSameFormats(src, dst);
+}
 bool is_bgra(Format format) { return format == FormatBGRAu8n || format == FormatBGRAu8ns; }
 
 // Exchanges two bytes of each word.
@@ -430,6 +437,20 @@ public:
         return false;
     }
 
+    // Block source or target. A block target of a block source is decoded and encoded again.
+    static bool to_block(Image &dst, const Image &src, Format format, Image::Flags flags, Async *async) {
+        if(src.isBlockFormat()) {
+            ImageCoder *coder = ImageCoder::get(src.image_format);
+            if(!coder) return false;
+            dst = coder->decode(FormatUnknown, src, flags, async);
+            return dst.isAllocated();
+        }
+        ImageCoder *coder = ImageCoder::get(format);
+        if(!coder) return false;
+        dst = coder->encode(format, src, flags, async);
+        return dst.isAllocated();
+    }
+
 private:
     template<class Type> static void flip(uint8_t *data, size_t size) {
         constexpr Type top = Type(Type(1) << (sizeof(Type) * 8 - 1));
@@ -507,7 +528,11 @@ Image Image::toFormat(Format format, Flags flags, Async *async) const {
             if(!ret.isAllocated()) return ret;
         }
     }
-    if(isAllocated() && isSameFormats(image_format, format)) {
+    const bool same_family = isAllocated() && isSameFormats(image_format, format);
+    if(isAllocated() && (isBlockFormat() || Kolm::isBlockFormat(format)) && has_coders(image_format, format)) {
+        if(ImageConvert::to_block(ret, *this, format, flags, async))
+            return (format == FormatUnknown) ? std::move(ret) : recurse();
+    } else if(same_family) {
         ImageConvert::retag(ret, *this, format);
         return ret;
     }
