@@ -26,6 +26,9 @@ public:
     bool getBinary(Stream &stream, const char *format = nullptr) const;
     /// Text of the translator \p format. Expects a created shader. Empty if there is no such translator.
     String getSource(const char *format) const;
+
+    /// Name of a capability that modules declare, as published. Null for a number that the compiler does not know.
+    static const char *getCapabilityName(uint32_t capability);
 };
 
 } // namespace Ostrevan

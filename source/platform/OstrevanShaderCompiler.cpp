@@ -19,4 +19,8 @@ String ShaderCompiler::getSource(const char *format) const {
     return String::StringImpl::TS(impl().ref().getSource(format));
 }
 
+const char *ShaderCompiler::getCapabilityName(uint32_t capability) {
+    return Kolm::ShaderCompiler::getCapabilityName(capability);
+}
+
 } // namespace Ostrevan

@@ -2,36 +2,63 @@
 
 #include "Output.h"
 
+#include <Ostrevan.h>
+
 #include <algorithm>
 #include <string.h>
 
 namespace {
 
+// Numbers of the module format, as published.
+
 enum Op : uint32_t {
-#define SPV_OP(NUM, NAME, KIND) Op##NAME = NUM,
-#include "KolmSpirvOps.inc"
+    OpNop = 0,
+    OpName = 5,
+    OpExtension = 10,
+    OpExecutionMode = 16,
+    OpCapability = 17,
+    OpTypeVoid = 19,
+    OpTypeBool = 20,
+    OpTypeInt = 21,
+    OpTypeFloat = 22,
+    OpTypeVector = 23,
+    OpTypeMatrix = 24,
+    OpTypeImage = 25,
+    OpTypeSampler = 26,
+    OpTypeSampledImage = 27,
+    OpTypeArray = 28,
+    OpTypeRuntimeArray = 29,
+    OpTypeStruct = 30,
+    OpTypePointer = 32,
+    OpConstant = 43,
+    OpVariable = 59,
+    OpDecorate = 71,
+    OpMemberDecorate = 72,
+    OpTypeAccelerationStructureKHR = 5341,
 };
+
 enum Storage : uint32_t {
-#define SPV_STORAGE(NUM, NAME) Storage##NAME = NUM,
-#include "KolmSpirvOps.inc"
+    StorageInput = 1,
+    StorageOutput = 3,
+    StoragePushConstant = 9,
+    StorageStorageBuffer = 12,
 };
+
 enum Decoration : uint32_t {
-#define SPV_DECORATION(NUM, NAME) Decoration##NAME = NUM,
-#include "KolmSpirvOps.inc"
+    DecorationBufferBlock = 3,
+    DecorationRowMajor = 4,
+    DecorationArrayStride = 6,
+    DecorationMatrixStride = 7,
+    DecorationLocation = 30,
+    DecorationComponent = 31,
+    DecorationBinding = 33,
+    DecorationDescriptorSet = 34,
+    DecorationOffset = 35,
 };
 
 std::string get_capability(uint32_t capability) {
-    static constexpr struct {
-        uint32_t number;
-        const char *name;
-    } names[] = {
-#define SPV_CAPABILITY(NUM, NAME) {NUM, #NAME},
-#include "KolmSpirvOps.inc"
-    };
-    for(const auto &row : names) {
-        if(row.number == capability) return row.name;
-    }
-    return std::to_string(capability);
+    const char *name = Ostrevan::ShaderCompiler::getCapabilityName(capability);
+    return name ? name : std::to_string(capability);
 }
 
 constexpr uint32_t magic = 0x07230203, header_size = 5, local_size = 17;

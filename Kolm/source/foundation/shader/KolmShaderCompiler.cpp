@@ -51,4 +51,18 @@ String ShaderCompiler::getSource(const char *format) const {
     return String();
 }
 
+const char *ShaderCompiler::getCapabilityName(uint32_t capability) {
+    static constexpr struct {
+        uint32_t number;
+        const char *name;
+    } capabilities[] = {
+#define SPV_CAPABILITY(NUM, NAME) {NUM, #NAME},
+#include "KolmSpirvOps.inc"
+    };
+    for(const auto &row : capabilities) {
+        if(row.number == capability) return row.name;
+    }
+    return nullptr;
+}
+
 } // namespace Kolm

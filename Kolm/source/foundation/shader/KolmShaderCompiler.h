@@ -26,6 +26,9 @@ public:
     /// Text of the translator \p format. Expects a created shader. The null string if there is no such translator.
     String getSource(const char *format) const;
 
+    /// Name of a capability that modules declare, as published. Null for a number that the compiler does not know.
+    static const char *getCapabilityName(uint32_t capability);
+
 protected:
     bool compile(Type type, const String &src, State &state) override;
     bool compile(Type type, const Array<uint32_t> &words, State &state) override;
