@@ -8,6 +8,7 @@
 #include <base/OstrevanHandle.h>
 #include <core/OstrevanAllocator.h>
 #include <core/OstrevanArray.h>
+#include <core/OstrevanAsync.h>
 #include <core/OstrevanAtomic.h>
 #include <core/OstrevanAutoPtr.h>
 #include <core/OstrevanBlob.h>
@@ -21,6 +22,7 @@
 #include <core/OstrevanSource.h>
 #include <core/OstrevanStream.h>
 #include <core/OstrevanString.h>
+#include <core/OstrevanThread.h>
 #include <core/OstrevanTree.h>
 #include <format/OstrevanColor.h>
 #include <format/OstrevanFormat.h>

@@ -105,7 +105,12 @@ private:
 class SpinLock {
 public:
     void lock() {
-        while(!atomic.cas(0, 1)) cpu_pause();
+        while(!atomic.cas(0, 1)) {
+            // The lock is mostly held for less time than one pause takes.
+            for(uint32_t i = 0; atomic.load_relaxed(); i++) {
+                if(i >= 16) cpu_pause();
+            }
+        }
     }
     void unlock() {
         while(!atomic.cas(1, 0)) cpu_pause();

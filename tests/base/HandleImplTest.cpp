@@ -3,6 +3,7 @@
 
 #include "OstrevanHandleKolm.h"
 
+#include <atomic>
 #include <gtest/gtest.h>
 #include <thread>
 
@@ -36,9 +37,9 @@ public:
     ~Node() override { live--; }
     int getType() const override { return 1; }
 
-    static int live;
+    static std::atomic<int> live;
 };
-int Node::live = 0;
+std::atomic<int> Node::live{0};
 
 class Tip : public Node {
 public:
@@ -385,30 +386,46 @@ TEST_F(HandleImplTest, functions_cross_the_layer) {
 }
 
 TEST_F(HandleImplTest, copies_of_one_handle_on_many_threads) {
+#if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__)
+    constexpr int num = 5000; // of each thread
+#else
+    constexpr int num = 125000;
+#endif
     Node node;
     node.setValue(1);
-    std::thread threads[4];
+    std::thread threads[8];
     for(std::thread &thread : threads) {
         thread = std::thread([node] {
-            for(int i = 0; i < 20000; i++) {
+            for(int i = 0; i < num; i++) {
                 Node copy = node;
                 Root root = copy;
                 if(root.getValue() != 1) abort();
+                Node moved = std::move(copy);
+                if(copy || !moved || moved.getCountPtr() < 5) abort();
+                if(i % 3 == 0) moved.clearPtr();
             }
         });
     }
     for(std::thread &thread : threads) thread.join();
     EXPECT_EQ(node.getCountPtr(), 2u);
-    // the object goes once, whoever comes first
+    node.destroyPtr();
+    // The object goes once, whoever comes first, and the word with the last of those who copy it meanwhile.
     for(int i = 0; i < 200; i++) {
         Node shared;
         shared.setValue(1);
-        std::thread pair[2];
-        for(std::thread &thread : pair) {
-            thread = std::thread([copy = shared]() mutable { copy.destroyPtr(); });
+        for(int k = 0; k < 8; k++) {
+            threads[k] = std::thread([copy = shared, k]() mutable {
+                for(int n = 0; n < 20; n++) {
+                    Node other = copy;
+                    Root root = other;
+                    if(bool(root) && !root.isOwnerPtr() && bool(root)) abort();
+                    if(k % 2 && n == 10 + k) return other.destroyPtr();
+                    copy = other;
+                }
+            });
         }
         shared.clearPtr();
-        for(std::thread &thread : pair) thread.join();
+        for(std::thread &thread : threads) thread.join();
+        EXPECT_EQ(Kolm::Node::live, 0);
     }
-    EXPECT_EQ(Kolm::Node::live, 1);
 }

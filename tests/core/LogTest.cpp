@@ -1,5 +1,6 @@
 #include "KolmLog.h"
 
+#include <algorithm>
 #include <errno.h>
 #include <gtest/gtest.h>
 #include <sys/time.h>
@@ -218,4 +219,24 @@ TEST(Log, keeps_lines_of_many_threads_whole) {
     ASSERT_EQ(child.out.size(), 4u * 200 * 101);
     for(size_t i = 0; i < child.out.size(); i += 101)
         ASSERT_EQ(child.out.substr(i, 101), std::string(100, child.out[i]) + "\n");
+}
+
+TEST(Log, calls_the_callback_one_thread_at_a_time) {
+    CapturedLog log; // a list without a lock of its own
+    std::thread threads[8];
+    for(int i = 0; i < 8; i++) {
+        threads[i] = std::thread([i] {
+            for(int k = 0; k < 300; k++) {
+                Log::printf(Log::Level(k % Log::NumLevels), "%d", i);
+                Log::print(Log::Message, (k % 2) ? "\r" : "x");
+                errno = ENOENT;
+                Log::printe(Log::Error, "e");
+                Log::print("y");
+            }
+        });
+    }
+    for(std::thread &thread : threads) thread.join();
+    EXPECT_EQ(log.size(), 8u * 300 * 4);
+    EXPECT_EQ(std::count(log.lines.begin(), log.lines.end(), "eNo such file or directory\n"), 8 * 300);
+    EXPECT_EQ(std::count(log.lines.begin(), log.lines.end(), "7"), 300);
 }

@@ -10,8 +10,6 @@ namespace Kolm {
 
 // Task
 
-#define ASYNC_TASK_ASSERT(NAME) KOLM_ASSERT(impl != nullptr && "Async::Task::" NAME "(): task is null")
-
 void Async::Task::retain() {
     if(impl) impl->retain();
 }
@@ -36,48 +34,48 @@ Async::Task &Async::Task::operator=(Task &&task) noexcept {
 }
 
 void Async::Task::clear() {
-    ASYNC_TASK_ASSERT("clear");
+    KOLM_ASSERT(impl != nullptr && "Async::Task::clear(): task is null");
     impl->clear();
 }
 
 void Async::Task::cancel() {
-    ASYNC_TASK_ASSERT("cancel");
+    KOLM_ASSERT(impl != nullptr && "Async::Task::cancel(): task is null");
     impl->cancel();
 }
 
 bool Async::Task::isCanceled() const {
-    ASYNC_TASK_ASSERT("isCanceled");
+    KOLM_ASSERT(impl != nullptr && "Async::Task::isCanceled(): task is null");
     return impl->isCanceled();
 }
 
 uint32_t Async::Task::index() const {
-    ASYNC_TASK_ASSERT("index");
+    KOLM_ASSERT(impl != nullptr && "Async::Task::index(): task is null");
     return impl->thread->get_id();
 }
 
 uint32_t Async::Task::size() const {
-    ASYNC_TASK_ASSERT("size");
+    KOLM_ASSERT(impl != nullptr && "Async::Task::size(): task is null");
     return impl->size();
 }
 
 bool Async::Task::run(AsyncFunctionBase *func) {
-    ASYNC_TASK_ASSERT("run");
+    KOLM_ASSERT(impl != nullptr && "Async::Task::run(): task is null");
     KOLM_ASSERT(func != nullptr && "Async::Task::run(): function is null");
     return impl->run(func);
 }
 
 bool Async::Task::check(uint32_t num) const {
-    ASYNC_TASK_ASSERT("check");
+    KOLM_ASSERT(impl != nullptr && "Async::Task::check(): task is null");
     return impl->check(num);
 }
 
 bool Async::Task::wait(uint32_t num) const {
-    ASYNC_TASK_ASSERT("wait");
+    KOLM_ASSERT(impl != nullptr && "Async::Task::wait(): task is null");
     return impl->wait(num);
 }
 
 const void *Async::Task::get(uint32_t num) const {
-    ASYNC_TASK_ASSERT("get");
+    KOLM_ASSERT(impl != nullptr && "Async::Task::get(): task is null");
     return impl->get(num);
 }
 

@@ -36,7 +36,9 @@ template<class Func> class AsyncFunction final : public AsyncFunctionBase {
 
 public:
     explicit AsyncFunction(const Func &func) : func(func) {}
-    explicit AsyncFunction(Func &&func) : func(std::move(func)) {}
+    explicit AsyncFunction(Func &&func) noexcept(
+        std::is_nothrow_move_constructible_v<Func> &&std::is_nothrow_default_constructible_v<Ret>)
+        : func(std::move(func)) {}
     void run() override { ret = func(); }
     const void *get() const override { return &ret; }
 
@@ -49,7 +51,7 @@ requires std::is_void_v<std::invoke_result_t<Func &>>
 class AsyncFunction<Func> final : public AsyncFunctionBase {
 public:
     explicit AsyncFunction(const Func &func) : func(func) {}
-    explicit AsyncFunction(Func &&func) : func(std::move(func)) {}
+    explicit AsyncFunction(Func &&func) noexcept(std::is_nothrow_move_constructible_v<Func>) : func(std::move(func)) {}
     void run() override { func(); }
     const void *get() const override { return nullptr; }
 
@@ -207,11 +209,12 @@ requires std::is_invocable_v < std::decay_t<Func>
     KOLM_ASSERT(impl != nullptr && "Async::Task::run(): task is null");
     using Function = AsyncFunction<std::decay_t<Func>>;
     static_assert(alignof(Function) <= 16, "functions and results are aligned to 16 bytes at most");
-    if constexpr(std::is_nothrow_constructible_v<Function, Func &&>) {
-        return append(new(place(sizeof(Function))) Function(std::forward<Func>(func)));
-    } else {
-        return run(new Function(std::forward<Func>(func))); // the copy may throw, or log, or run a task
-    }
+    // A copy may throw, log or run tasks, which must not happen under the lock of the task; moving it does none of that.
+    std::decay_t<Func> copy(std::forward<Func>(func));
+    if constexpr(std::is_nothrow_constructible_v<Function, std::decay_t<Func> &&>)
+        return append(new(place(sizeof(Function))) Function(std::move(copy)));
+    else
+        return run(new Function(std::move(copy)));
 }
 
 } // namespace Kolm

@@ -13,7 +13,7 @@ namespace Kolm {
 namespace {
 
 // Looks at a completed number this often before it sleeps: a function that takes a few microseconds costs no switch.
-constexpr uint32_t NumWaitSpins = 1000;
+constexpr uint32_t NumWaitSpins = 100;
 // Functions that run inside one another, before they are queued all the same.
 constexpr uint32_t MaxDepth = 16;
 

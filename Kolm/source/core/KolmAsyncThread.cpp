@@ -10,7 +10,7 @@ namespace Kolm {
 namespace {
 
 // A worker without work looks for some this often before it sleeps, and lets others run in between.
-constexpr uint32_t NumIdleSpins = 1000;
+constexpr uint32_t NumIdleSpins = 100;
 constexpr uint32_t NumIdleYields = 8;
 
 } // namespace
@@ -138,7 +138,8 @@ void AsyncThread::remove_functions(uint32_t index, uint32_t num) {
 
 void AsyncThread::remove(AsyncTaskImpl *task) {
     AtomicLock atomic(lock);
-    for(uint32_t i = functions.size(); i-- > begin;) {
+    const uint32_t first = begin; // removing the first entry moves it
+    for(uint32_t i = functions.size(); i-- > first;) {
         if(functions[i].task == task) remove_functions(i, functions[i].num);
     }
 }

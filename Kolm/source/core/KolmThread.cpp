@@ -69,11 +69,16 @@ void *Thread::entry(void *data) {
     };
     Leave leave{static_cast<Thread *>(data)};
     pthread_setcancelstate(PTHREAD_CANCEL_ENABLE, nullptr);
-    pthread_setcanceltype(PTHREAD_CANCEL_ASYNCHRONOUS, nullptr);
-    leave.self->process();
-    // Nothing may interrupt the last step.
-    pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, nullptr);
+    leave.self->run_process();
     return nullptr;
+}
+
+// Only frames without destructors may be unwound from anywhere, so that this one has none, and the body's own frames
+// are its own affair.
+void Thread::run_process() {
+    pthread_setcanceltype(PTHREAD_CANCEL_ASYNCHRONOUS, nullptr);
+    process();
+    pthread_setcanceltype(PTHREAD_CANCEL_DEFERRED, nullptr);
 }
 
 bool Thread::stop(bool wait) {
@@ -95,6 +100,14 @@ bool Thread::wait() {
 }
 
 bool Thread::wait_prepared() {
+    int type = 0;
+    pthread_setcanceltype(PTHREAD_CANCEL_DEFERRED, &type);
+    const bool ret = sleep_prepared();
+    pthread_setcanceltype(type, nullptr);
+    return ret;
+}
+
+bool Thread::sleep_prepared() {
     // A cancelled sleeper gets the mutex back, and has to leave it free.
     struct Unlock {
         pthread_mutex_t *mutex;

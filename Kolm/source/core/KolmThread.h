@@ -52,6 +52,8 @@ protected:
 
 private:
     static void *entry(void *data);
+    __attribute__((noinline)) void run_process();
+    __attribute__((noinline)) bool sleep_prepared();
 
     pthread_mutex_t mutex;
     pthread_cond_t event;
