@@ -51,7 +51,18 @@ void AsyncTaskImpl::drop() {
         is_dropped = true;
         return;
     }
-    clear();
+    if(chunks == nullptr && size() <= NumSlots && uint32_t(offset.load()) == size()) {
+        // The usual end. Nobody else has the task any more, but for the worker on its way out.
+        lock_process();
+        for(uint32_t i = 0; i < size(); i++) destroy(functions[i]);
+        functions.clear();
+        offset.store_relaxed(0);
+        is_canceled.store_relaxed(0);
+        place_ptr = first_place;
+        place_end = first_place + PlaceSize;
+    } else {
+        clear();
+    }
     thread->destroy(this);
 }
 

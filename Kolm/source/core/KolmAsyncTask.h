@@ -16,7 +16,7 @@ struct AsyncContext {
     uint32_t depth;      // functions that run inside one another
 };
 
-class AsyncTaskImpl : private NoCopy {
+class alignas(64) AsyncTaskImpl : private NoCopy {
 public:
     /// Most functions that a worker takes from its queue at once.
     static constexpr uint32_t MaxBatch = 32;
@@ -67,8 +67,8 @@ public:
     /// Lets go of the task, which may be gone afterwards.
     void leave();
 
-    AsyncThread *thread = nullptr;       // the worker, for good
-    AsyncTaskImpl *next = nullptr;       // in the thread's list of unused states
+    // What the worker touches stands in the first two cache lines, with the first functions.
+    AsyncThread *const thread;           // the worker, for good
     mutable SpinLock lock;               // guards `functions` and the memory of functions
     SpinLock process;                    // held while functions are being run
     Atomici32 offset;                    // functions completed; written under `process`
@@ -76,8 +76,6 @@ public:
     Atomici32 counter;                   // handles
     Atomici32 is_canceled;               // set by cancel, reset by clear
     Atomici32 is_clearing;               // functions are on their way out: none is begun any more
-    AtomicPtr<AsyncContext> runner;      // who runs a function of this task
-    AtomicArray<AsyncFunctionBase *> functions;
 
 private:
     friend class AsyncThread;
@@ -88,7 +86,7 @@ private:
         size_t size;
     };
     static constexpr uint32_t NumSlots = 2;
-    static constexpr size_t PlaceSize = 64;
+    static constexpr size_t PlaceSize = 48;
     static constexpr size_t MinChunk = 512, MaxChunk = 16384;
 
     explicit AsyncTaskImpl(AsyncThread *thread) : thread(thread) { reset_place(); }
@@ -101,14 +99,16 @@ private:
     static void release_chunks(Chunk *chunks);
     void destroy(AsyncFunctionBase *func);
 
-    // What a function asked for on its own task, done when it has returned.
-    uint32_t num_cleared = 0;
-    bool is_dropped = false;
+    uint32_t num_cleared = 0;       // functions that one of them wants removed when it has returned
+    AtomicPtr<AsyncContext> runner; // who runs a function of this task
+    AtomicArray<AsyncFunctionBase *> functions;
+    AsyncFunctionBase *slots[NumSlots];
+    alignas(16) uint8_t first_place[PlaceSize];
+    bool is_dropped = false; // the same for the task itself
 
     Chunk *chunks = nullptr;
     uint8_t *place_ptr = nullptr, *place_end = nullptr; // free memory
-    AsyncFunctionBase *slots[NumSlots];
-    alignas(16) uint8_t first_place[PlaceSize];
+    AsyncTaskImpl *next = nullptr;                      // in the thread's list of unused states
 };
 
 } // namespace Kolm

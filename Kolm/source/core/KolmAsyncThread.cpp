@@ -41,6 +41,7 @@ bool AsyncThread::check() {
 }
 
 void AsyncThread::get(Array<AsyncTaskImpl *> &tasks) {
+    AtomicLock task_atomic(task_lock); // no state is given back meanwhile
     AtomicLock atomic(lock);
     const auto append = [&](AsyncTaskImpl *task) {
         if(task && (tasks.empty() || tasks.back() != task) && task->retain_alive()) tasks.append(task);
@@ -52,7 +53,7 @@ void AsyncThread::get(Array<AsyncTaskImpl *> &tasks) {
 // states of tasks
 
 AsyncTaskImpl *AsyncThread::create() {
-    AtomicLock atomic(lock);
+    AtomicLock atomic(task_lock);
     if(unused == nullptr && !append_slab()) return nullptr;
     AsyncTaskImpl *task = unused;
     unused = task->next;
@@ -61,7 +62,7 @@ AsyncTaskImpl *AsyncThread::create() {
 }
 
 void AsyncThread::destroy(AsyncTaskImpl *task) {
-    lock.lock();
+    task_lock.lock();
     // Whoever looked at the task through `current` or the queue did so under this lock.
     task->counter.store_relaxed(0);
     task->target.store_relaxed(INT32_MAX);
@@ -71,15 +72,15 @@ void AsyncThread::destroy(AsyncTaskImpl *task) {
     num_tasks--;
     if(num_tasks == 0 && slabs->next) remove_slabs();
     const bool last = (is_released && num_tasks == 0);
-    lock.unlock();
+    task_lock.unlock();
     if(last) delete this;
 }
 
 void AsyncThread::release() {
-    lock.lock();
+    task_lock.lock();
     is_released = true;
     const bool last = (num_tasks == 0);
-    lock.unlock();
+    task_lock.unlock();
     if(last) delete this;
 }
 
@@ -89,7 +90,7 @@ bool AsyncThread::append_slab() {
     slab->next = slabs;
     slabs = slab;
     for(uint32_t i = Slab::NumTasks; i-- > 0;) {
-        AsyncTaskImpl *task = new(slab->tasks + sizeof(AsyncTaskImpl) * i) AsyncTaskImpl(this);
+        AsyncTaskImpl *task = new(slab->get(i)) AsyncTaskImpl(this);
         task->next = unused;
         unused = task;
     }
@@ -100,8 +101,7 @@ void AsyncThread::remove_slabs() {
     while(slabs) {
         Slab *slab = slabs;
         slabs = slab->next;
-        for(uint32_t i = 0; i < Slab::NumTasks; i++)
-            std::launder(reinterpret_cast<AsyncTaskImpl *>(slab->tasks))[i].~AsyncTaskImpl();
+        for(uint32_t i = 0; i < Slab::NumTasks; i++) slab->get(i)->~AsyncTaskImpl();
         Allocator::free(slab, sizeof(Slab));
     }
     unused = nullptr;
@@ -163,6 +163,7 @@ AsyncThread::Take AsyncThread::take_next(AsyncTaskImpl *&task, uint32_t &num) {
     task = entry.task;
     num = min(entry.num, AsyncTaskImpl::MaxBatch);
     remove_functions(begin, num);
+    if(begin < functions.size()) __builtin_prefetch(functions[begin].task, 1);
     current = task;
     set_left(num);
     return TakeDone;

@@ -79,8 +79,13 @@ private:
     // Unused states come in runs; the thread keeps one run when all tasks are gone.
     struct Slab {
         static constexpr uint32_t NumTasks = 32;
+        AsyncTaskImpl *get(uint32_t index) {
+            const uintptr_t first = align_up(uintptr_t(memory), uintptr_t(alignof(AsyncTaskImpl)));
+            return std::launder(reinterpret_cast<AsyncTaskImpl *>(first)) + index;
+        }
+
         Slab *next;
-        alignas(16) uint8_t tasks[sizeof(AsyncTaskImpl) * NumTasks];
+        uint8_t memory[sizeof(AsyncTaskImpl) * NumTasks + alignof(AsyncTaskImpl)];
     };
     static constexpr size_t CacheLine = 64;
 
@@ -95,15 +100,11 @@ private:
 
     // Written by those who add functions, and by the worker once for each batch.
     [[maybe_unused]] uint8_t padding_0[CacheLine];
-    SpinLock lock; // guards the queue and the states
+    SpinLock lock; // guards the queue
     uint32_t begin = 0;
     AtomicArray<Entry> functions; // consumed from `begin`
     Atomici32 num_queued;         // functions behind `begin`
     Atomici32 is_closed;
-    bool is_released = false;
-    uint32_t num_tasks = 0;
-    AsyncTaskImpl *unused = nullptr;
-    Slab *slabs = nullptr;
 
     // Written by the worker.
     [[maybe_unused]] uint8_t padding_1[CacheLine];
@@ -111,8 +112,16 @@ private:
     Atomici32 num_left;               // functions of its batch that are not completed
     Atomici32 is_finished;            // the worker runs nothing any more
 
-    // Where waiters of tasks sleep.
+    // Written by those who make and drop tasks.
     [[maybe_unused]] uint8_t padding_2[CacheLine];
+    SpinLock task_lock; // guards the states; taken before `lock`
+    bool is_released = false;
+    uint32_t num_tasks = 0;
+    AsyncTaskImpl *unused = nullptr;
+    Slab *slabs = nullptr;
+
+    // Where waiters of tasks sleep.
+    [[maybe_unused]] uint8_t padding_3[CacheLine];
     pthread_mutex_t mutex;
     pthread_cond_t event;
 };
