@@ -71,6 +71,8 @@ OSTREVAN_MAKER(Buffer, Objects, return device.createBuffer();)
 OSTREVAN_MAKER(VKBuffer, Objects, return VKBuffer(buffer);)
 OSTREVAN_MAKER(Kernel, Objects, return device.createKernel();)
 OSTREVAN_MAKER(Compute, Objects, return device.createCompute();)
+OSTREVAN_MAKER(PrefixScan, Nothing, PrefixScan scan; scan.clear(); return scan;)
+OSTREVAN_MAKER(RadixSort, Nothing, RadixSort sort; sort.clear(); return sort;)
 #undef OSTREVAN_MAKER
 
 struct RowName {
