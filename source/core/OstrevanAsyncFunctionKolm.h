@@ -13,7 +13,9 @@ namespace Ostrevan {
 /// Owns the application's function and goes with it, whether it was run or not.
 class OstrevanAsyncFunction final : public Kolm::AsyncFunctionBase {
 public:
-    explicit OstrevanAsyncFunction(Ostrevan::AsyncFunctionBase *func) : func(func) {}
+    explicit OstrevanAsyncFunction(Ostrevan::AsyncFunctionBase *func) : func(func) {
+        KOLM_ASSERT(func != nullptr && "Async::Task::run(): function is null");
+    }
     ~OstrevanAsyncFunction() override { delete func; }
     void run() override {
         try {

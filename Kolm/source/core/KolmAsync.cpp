@@ -124,8 +124,11 @@ bool Async::shutdown() {
     wait();
     clear();
     for(AsyncThread *thread : threads) thread->close();
+    // Functions that are still run may look at all workers.
+    for(AsyncThread *thread : threads) {
+        while(!thread->isStopped()) sched_yield();
+    }
     while(threads.size()) {
-        while(!threads.back()->isStopped()) sched_yield();
         threads.back()->release();
         threads.removeBack();
     }
