@@ -2,7 +2,8 @@
 """Checks which headers each layer includes.
 
 include/ sees nothing of Kolm, source/ sees everything, and inside Kolm/source a module includes only its own headers
-and those of the modules below it. No file of the library includes a standard container, string or stream.
+and those of the modules below it. Text that both layers include, include/<module>/X.inc, belongs to its module, names
+neither layer and includes nothing of either. No file of the library includes a standard container, string or stream.
 """
 
 import pathlib
@@ -44,13 +45,17 @@ def files(folder, recursive=True):
 
 def main():
     faults = []
-    level_of, folder_of = {}, {}
+    level_of, folder_of, shared = {}, {}, []
     for level, folders in enumerate(LEVELS):
         for folder in folders:
             for path in files("Kolm/source/" + folder, recursive=False):
                 if path.name in level_of:
                     faults.append(f"{path}: a second file of this name")
                 level_of[path.name], folder_of[path.name] = level, folder
+            for path in files("include/" + folder, recursive=False):
+                if path.suffix == ".inc" and not path.name.startswith("Ostrevan"):
+                    level_of[path.name], folder_of[path.name] = level, folder
+                    shared.append(path)
 
     known = {p for folders in LEVELS for f in folders for p in files("Kolm/source/" + f, recursive=False)}
     for path in files("Kolm/source"):
@@ -69,6 +74,9 @@ def main():
                     faults.append(f"{path}: includes {name} of the higher module {folder_of[base]}")
                 if (folder_of[path.name], folder_of[base]) in BLIND:
                     faults.append(f"{path}: {folder_of[path.name]} includes {name} of {folder_of[base]}")
+    for path in shared:
+        for layer in re.findall(r"Kolm|Ostrevan|KOLM_|OSTREVAN_", path.read_text(encoding="utf-8")):
+            faults.append(f"{path}: text of both layers names {layer}")
     for path in files("include"):
         for _, name in includes(path):
             count += 1
