@@ -1,0 +1,8 @@
+// Affine transforms of space.
+
+#pragma once
+
+#include "KolmMatrix.h"
+
+#define TWIN_NAMESPACE Kolm
+#include "Matrix4x3.inc"

@@ -1,0 +1,8 @@
+// Affine transforms of space.
+
+#pragma once
+
+#include <math/OstrevanMatrix.h>
+
+#define TWIN_NAMESPACE Ostrevan
+#include <math/Matrix4x3.inc>
