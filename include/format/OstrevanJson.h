@@ -49,7 +49,9 @@ public:
     ///
     /// Beside what the standard allows, a backslash at the end of a line continues a string. Lone surrogates in escapes
     /// become U+FFFD, names may occur again in an object.
-    bool create(const char *src, size_t size = 0);
+    ///
+    /// With \p owner the caller gives up \p src, a block of \p size bytes from Allocator that holds a terminated text.
+    bool create(const char *src, size_t size = 0, bool owner = false);
     bool create(const String &src);
     /// The same with the contents of a file, or with the rest of a stream.
     bool load(const char *name);

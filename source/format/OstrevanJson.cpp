@@ -21,7 +21,7 @@ Json::Json(Json *parent, const char *name, Type type) : Json() {
 
 void Json::clear() { impl().ref().clear(); }
 
-bool Json::create(const char *src, size_t size) { return impl().ref().create(src, size); }
+bool Json::create(const char *src, size_t size, bool owner) { return impl().ref().create(src, size, owner); }
 bool Json::create(const String &src) {
     return impl().ref().create(getCoreString(src).get(), getCoreString(src).size());
 }

@@ -42,6 +42,12 @@ TEST(PublicJson, documents) {
     const Json view = json;
     EXPECT_TRUE(view.getChild("a").isConstPtr() && !view.getChild("none"));
 
+    const char text_src[] = "[\"given up\"]";
+    Json given;
+    EXPECT_TRUE(
+        given.create(static_cast<char *>(Allocator::allocate(text_src, sizeof(text_src))), sizeof(text_src), true));
+    EXPECT_EQ(given.getData("0", ""), "given up");
+
     Blob blob("document");
     ASSERT_TRUE(json.save(blob));
     blob.seek(0);

@@ -19,7 +19,8 @@ template<class Type, uint32_t Size> class SmallAllocator {
     struct Block;
 
 public:
-    static void *operator new(size_t) noexcept {
+    static void *operator new(size_t size) noexcept {
+        KOLM_ASSERT(size == sizeof(Type) && "SmallAllocator::new(): invalid size");
         Batch batch;
         return batch.allocate();
     }

@@ -353,13 +353,14 @@ protected:
     uint32_t length;   // bytes of text, without the terminator
     char *data;        // never null
 
-    friend bool operator==(const String &, const String &);
-
-private:
     static uint32_t check_length(size_t size) {
         KOLM_ASSERT(size <= MaxCapacity && "String::append(): invalid size");
         return uint32_t(size);
     }
+
+    friend bool operator==(const String &, const String &);
+
+private:
     static int32_t compare_bytes(const char *s0, uint32_t l0, const char *s1, uint32_t l1) {
         const int32_t ret = memcmp(s0, s1, min(l0, l1));
         return ret ? ret : (l0 < l1) ? -1 : (l0 > l1);
@@ -388,14 +389,8 @@ public:
         reset();
         String::resize(size, c);
     }
-    StringStack(const char *str) {
-        reset();
-        String::copy(str);
-    }
-    StringStack(const char *str, uint32_t size) {
-        reset();
-        String::copy(str, size);
-    }
+    StringStack(const char *str) { reset(str, str ? strlen(str) : 0); }
+    StringStack(const char *str, uint32_t size) { reset(str, size); }
     StringStack(const StringStack &str) : String() {
         reset();
         String::copy(str);
@@ -443,6 +438,18 @@ private:
         this->length = 0;
         this->String::data = data;
         data[0] = '\0';
+    }
+    void reset(const char *str, size_t size) {
+        if(KOLM_LIKELY(size < Size)) {
+            this->capacity = Size - 1;
+            this->length = uint32_t(size);
+            this->String::data = data;
+            if(size) memcpy(data, str, size);
+            data[size] = '\0';
+        } else {
+            reset();
+            String::copy(str, String::check_length(size));
+        }
     }
     // A string whose block went away looks at its inline storage again.
     void restore() {

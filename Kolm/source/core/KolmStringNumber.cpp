@@ -371,6 +371,21 @@ template<class Type> Type get_float(uint64_t mantissa, int64_t power, bool cut, 
 
 inline bool is_digit(char c) { return uint32_t(uint8_t(c)) - '0' < 10; }
 
+// Adds the digits at `s` up and returns their end. Two at a time, as each step waits for the one before.
+inline const char *read_digits(const char *s, uint64_t &mantissa) {
+    for(;;) {
+        const uint32_t high = uint32_t(uint8_t(s[0])) - '0';
+        if(high >= 10) return s;
+        const uint32_t low = uint32_t(uint8_t(s[1])) - '0';
+        if(low >= 10) {
+            mantissa = mantissa * 10 + high;
+            return s + 1;
+        }
+        mantissa = mantissa * 100 + (high * 10 + low);
+        s += 2;
+    }
+}
+
 // The first 19 significant digits of a number that has more; `power` gains the number of those that are left out.
 uint64_t read_long_mantissa(const char *s, const char *end, int64_t &power) {
     while(*s == '0' || *s == '.') s++;
@@ -395,12 +410,12 @@ template<class Type> Type parse_float(const char *str, uint32_t *consumed) {
     // All digits are added up first; that there were more than fit is known by their number.
     const char *begin = s;
     uint64_t mantissa = 0;
-    for(; is_digit(*s); s++) mantissa = mantissa * 10 + uint64_t(*s - '0');
+    s = read_digits(s, mantissa);
     size_t num_digits = size_t(s - begin);
     int64_t power = 0;
     if(*s == '.') {
         const char *fraction = ++s;
-        for(; is_digit(*s); s++) mantissa = mantissa * 10 + uint64_t(*s - '0');
+        s = read_digits(s, mantissa);
         power = fraction - s;
         num_digits += size_t(s - fraction);
     }
