@@ -12,7 +12,6 @@
 #include <stdlib.h>
 #include <string.h>
 #include <sys/stat.h>
-#include <thread>
 #include <unistd.h>
 
 using namespace Ostrevan;
@@ -189,10 +188,13 @@ void run_jobs(std::vector<ShaderJob> &jobs, uint32_t num_workers, bool json) {
                 fprintf(stderr, "[%zu/%zu] %s", num_finished, jobs.size(), jobs[i].input);
         }
     };
-    std::vector<std::thread> threads;
-    for(uint32_t i = 1; i < num_workers; i++) threads.emplace_back(work);
-    work();
-    for(std::thread &thread : threads) thread.join();
+    // A task takes the next shader when it is done with one: shaders take very different times.
+    Async async;
+    std::vector<Async::Task> tasks;
+    if(num_workers > 1 && async.init(num_workers)) {
+        for(uint32_t i = 0; i < num_workers; i++) tasks.push_back(async.run(work));
+    }
+    if(tasks.empty() || !async.wait(tasks.data(), static_cast<uint32_t>(tasks.size()))) work();
 }
 
 // Name of a file in a makefile.
@@ -234,7 +236,7 @@ int shaderCommand(int argc, char **argv) {
     Log::setCallback(ShaderJob::append, nullptr);
     ShaderCompiler keep; // the compilers of the threads stay while there is a shader
     keep.clear();
-    uint32_t num_workers = options.num_workers ? options.num_workers : std::thread::hardware_concurrency();
+    uint32_t num_workers = options.num_workers ? options.num_workers : Async::getNumCores();
     num_workers = std::max(1u, std::min(num_workers, static_cast<uint32_t>(jobs.size())));
     run_jobs(jobs, num_workers, options.json);
 
