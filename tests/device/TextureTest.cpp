@@ -153,6 +153,19 @@ TEST_F(TextureTest, takes_images_and_gives_them_back) {
     EXPECT_EQ(memcmp(corner.getData(Origin(0, 1)), plain.getData(Origin(0, 1)), 12), 0);
     EXPECT_EQ(log.take(), "");
 
+    // Missing levels are made, and those of the image kept.
+    texture.reset(device.createTexture(plain, Texture::FlagMipmaps | Texture::FlagGenerate));
+    ASSERT_TRUE(texture);
+    EXPECT_EQ(log.take(), "Texture::create(): create mipmaps\n");
+    Image small(Image::Type2D, FormatRGBAu8n, Size(1, 1));
+    EXPECT_TRUE(device.getTexture(texture.get(), Slice(Mipmap(3)), small, Slice()));
+    EXPECT_TRUE(small == plain.getMipmapped().getSlice(Slice(Mipmap(3))));
+    EXPECT_EQ(device.createTexture(Image(Image::Type2D, FormatBC1RGBu8n, Size(8, 8)),
+                                   Texture::FlagMipmaps | Texture::FlagGenerate),
+              nullptr);
+    EXPECT_EQ(log.lines.back(), "Texture::create(): can't create mipmaps\n");
+    log.clear();
+
     static const struct {
         Texture::Flags flags;
         const char *message;

@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include "KolmCommandRecorder.h"
 #include "KolmComputeRecorder.h"
 #include "KolmDevice.h"
 #include "KolmLog.h"
@@ -60,33 +61,61 @@ protected:
     Kolm::Shader *create_shader(Kernel *) override { return new StubShader(platform); }
 };
 
-class StubCompute : public StubObject<Kolm::ComputeRecorder> {
+template<class Base> class StubDrawable : public StubObject<Base> {
 public:
-    StubCompute(Kolm::Platform platform, const Kolm::Device::Features &features, StubCalls &calls)
-        : StubObject(platform, 0u, features), calls(calls) {
+    StubDrawable(Kolm::Platform platform, const Base *base) : StubObject<Base>(platform, 0u, base) {}
+
+    void clear() override {
+        created = false;
+        Base::clear();
+    }
+    bool isCreated() const override { return created; }
+    bool create() override { return created = true; }
+
+    bool created = false;
+
+protected:
+    Kolm::Shader *create_shader(Base *) override { return new StubShader(this->platform); }
+};
+using StubPipeline = StubDrawable<Kolm::Pipeline>;
+using StubTraversal = StubDrawable<Kolm::Traversal>;
+
+/// Transient memory and slots of both recorders.
+template<class Base> class StubRecorder : public StubObject<Base> {
+public:
+    template<class... Args>
+    StubRecorder(Kolm::Platform platform, StubCalls &calls, Args &&...args)
+        : StubObject<Base>(platform, args...), calls(calls) {
         calls.add("begin");
     }
-    ~StubCompute() override { calls.add("end"); }
+    ~StubRecorder() override { calls.add("end"); }
 
-    using ComputeRecorder::clear_memory;
-    using ComputeRecorder::Slot;
-    using ComputeRecorder::UpdateAll;
-    using ComputeRecorder::UpdateStorage;
-    using ComputeRecorder::UpdateStorageOffset;
-    using ComputeRecorder::UpdateUniform;
-    using ComputeRecorder::UpdateUniformOffset;
-    const Slot &getUniform(uint32_t index) const { return uniforms[index]; }
-    const Slot &getStorage(uint32_t index) const { return storages[index]; }
-    const Slot &getIndirect() const { return indirect; }
-    uint32_t getUpdateMask() const { return update_mask; }
+    using Base::clear_memory;
+    using Base::UpdateAll;
+    using Base::UpdateCommand;
+    using Base::UpdateIndex;
+    using Base::UpdateSampler;
+    using Base::UpdateScissor;
+    using Base::UpdateStorage;
+    using Base::UpdateStorageOffset;
+    using Base::UpdateSurface;
+    using Base::UpdateTexture;
+    using Base::UpdateUniform;
+    using Base::UpdateUniformOffset;
+    using Base::UpdateVertex;
+    using Base::UpdateViewport;
+    using typename Base::Slot;
+    const Slot &getUniform(uint32_t index) const { return this->uniforms[index]; }
+    const Slot &getStorage(uint32_t index) const { return this->storages[index]; }
+    const Slot &getIndirect() const { return this->indirect; }
+    uint32_t getUpdateMask() const { return this->update_mask; }
 
     StubCalls &calls;
     std::vector<uint8_t> ring = std::vector<uint8_t>(65536); // transient memory
     size_t ring_offset = 0;
 
 protected:
-    void bind_kernel(Kolm::Kernel *kernel) override { calls.add("bind %s", kernel ? kernel->getName().get() : "null"); }
-    bool allocate_memory(Transient, size_t size, Memory &memory) override {
+    bool allocate_memory(typename Base::Transient, size_t size, typename Base::Memory &memory) override {
         if(size > ring.size() - ring_offset) return false;
         memory.data = ring.data() + ring_offset;
         memory.handle = 1;
@@ -94,8 +123,34 @@ protected:
         ring_offset = (ring_offset + size + 255) / 256 * 256;
         return true;
     }
+    void record_begin_conditional(Kolm::Buffer *, size_t offset) override { calls.add("beginConditional %zu", offset); }
+    void record_end_conditional() override { calls.add("endConditional"); }
+    bool record_begin_query(Kolm::Query *query) override {
+        calls.add("beginQuery %s", query->getTypeName());
+        return true;
+    }
+    bool record_end_query(Kolm::Query *query) override {
+        calls.add("endQuery %s", query->getTypeName());
+        return true;
+    }
+};
+
+class StubCompute : public StubRecorder<Kolm::ComputeRecorder> {
+public:
+    StubCompute(Kolm::Platform platform, const Kolm::Device::Features &features, StubCalls &calls)
+        : StubRecorder(platform, calls, 0u, features) {}
+
+protected:
+    void bind_kernel(Kolm::Kernel *kernel) override { calls.add("bind %s", kernel ? kernel->getName().get() : "null"); }
+    void bind_traversal(Kolm::Traversal *traversal) override {
+        calls.add("bind %s", traversal ? traversal->getName().get() : "null");
+    }
     bool record_dispatch(uint32_t width, uint32_t height, uint32_t depth) override {
         calls.add("dispatch %u %u %u", width, height, depth);
+        return true;
+    }
+    bool record_trace(uint32_t width, uint32_t height, uint32_t depth) override {
+        calls.add("trace %u %u %u", width, height, depth);
         return true;
     }
     bool record_dispatch_indirect() override {
@@ -113,9 +168,61 @@ protected:
                       size_t size) override {
         return cast<StubBuffer>(buffer)->fill(format, offset, value, size);
     }
+    bool record_set_texture(Kolm::Texture *, const Kolm::Origin &origin, const Kolm::Slice &dest_slice,
+                            const Kolm::Image &, const Kolm::Slice &image_slice) override {
+        calls.add("setTexture %u,%u,%u %s from %s", origin.x, origin.y, origin.z, getText(dest_slice).c_str(),
+                  getText(image_slice).c_str());
+        return true;
+    }
+    bool record_copy_texture(Kolm::Texture *, const Kolm::Origin &origin, const Kolm::Slice &dest_slice,
+                             Kolm::Texture *, const Kolm::Region &region, const Kolm::Slice &src_slice) override {
+        calls.add("copyTexture %u,%u,%u %s from %s %s", origin.x, origin.y, origin.z, getText(dest_slice).c_str(),
+                  getText(region).c_str(), getText(src_slice).c_str());
+        return true;
+    }
+    bool record_clear_texture(Kolm::Texture *, const Kolm::Region &region, const Kolm::Slice &slice,
+                              const void *) override {
+        calls.add("clearTexture %s %s", getText(region).c_str(), getText(slice).c_str());
+        return true;
+    }
     void record_barrier(Kolm::Buffer **, uint32_t num) override { calls.add("barrier %u", num); }
-    void record_begin_conditional(Kolm::Buffer *, size_t offset) override { calls.add("beginConditional %zu", offset); }
-    void record_end_conditional() override { calls.add("endConditional"); }
+    void record_texture_barrier(Kolm::Texture **, uint32_t num) override { calls.add("barrierTexture %u", num); }
+};
+
+class StubCommand : public StubRecorder<Kolm::CommandRecorder> {
+public:
+    StubCommand(Kolm::Platform platform, const Kolm::Device::Features &features, const Kolm::Target *target,
+                StubCalls &calls)
+        : StubRecorder(platform, calls, 0u, features, target) {}
+
+    const Slot &getVertex(uint32_t i) const { return vertices[i]; }
+    const Slot &getIndex() const { return index; }
+    const Kolm::Viewport &getViewport(uint32_t i) const { return viewports[i]; }
+    const Kolm::Scissor &getScissor(uint32_t i) const { return scissors[i]; }
+    uint32_t getNumViewports() const { return num_viewports; }
+    uint32_t getNumScissors() const { return num_scissors; }
+
+protected:
+    void bind_pipeline(Kolm::Pipeline *pipeline) override {
+        calls.add("bind %s", pipeline ? pipeline->getName().get() : "null");
+    }
+    bool record_draw_arrays(uint32_t num, uint32_t base, uint32_t instances, uint32_t base_instance) override {
+        calls.add("drawArrays %u %u %u %u", num, base, instances, base_instance);
+        return true;
+    }
+    bool record_draw_elements(uint32_t num, uint32_t base_index, int32_t base, uint32_t instances,
+                              uint32_t base_instance) override {
+        calls.add("drawElements %u %u %d %u %u", num, base_index, base, instances, base_instance);
+        return true;
+    }
+    bool record_draw_mesh(uint32_t width, uint32_t height, uint32_t depth) override {
+        calls.add("drawMesh %u %u %u", width, height, depth);
+        return true;
+    }
+    bool record_draw_indirect(DrawType type, const Slot &source, uint32_t num, size_t stride) override {
+        calls.add("drawIndirect %d %zu %u %zu", int(type), source.offset, num, stride);
+        return true;
+    }
 };
 
 class StubDevice : public StubObject<Kolm::Device> {
@@ -148,6 +255,12 @@ public:
     Kolm::Shader *createShader() override { return make<StubShader>(platform); }
     Kolm::Kernel *createKernel(const Kolm::Kernel *kernel) override { return new StubKernel(platform, kernel); }
     void releaseKernel(Kolm::Kernel *kernel) override { cast<StubKernel>(kernel)->created = false; }
+    Kolm::Pipeline *createPipeline(const Kolm::Pipeline *pipeline = nullptr) override {
+        return make<StubPipeline>(platform, pipeline);
+    }
+    Kolm::Traversal *createTraversal(const Kolm::Traversal *traversal = nullptr) override {
+        return make<StubTraversal>(platform, traversal);
+    }
     Kolm::Compute *createCompute() override { return new StubCompute(platform, features, calls); }
 
     using Device::createQuery;
@@ -285,6 +398,12 @@ protected:
         return call("setTextureTable %u %u", index, num);
     }
     void release_texture_table(Kolm::TextureTable *table) override { cast<StubTextureTable>(table)->created = false; }
+
+    void release_pipeline(Kolm::Pipeline *pipeline) override { cast<StubPipeline>(pipeline)->created = false; }
+    void release_traversal(Kolm::Traversal *traversal) override { cast<StubTraversal>(traversal)->created = false; }
+    Kolm::Command *create_command(Kolm::Target *target) override {
+        return make<StubCommand>(platform, features, target, calls);
+    }
 
     bool begin_query(Kolm::Query *query) override { return call("beginQuery %s", query->getTypeName()); }
     bool end_query(Kolm::Query *query) override { return call("endQuery %s", query->getTypeName()); }

@@ -1,22 +1,23 @@
 // KolmCompute.h: the ordered list of operations that a compute recorder has, and the short forms that lean on them.
-// Holds no data. The rules about slots are in ComputeRecorder, the translation in a backend's class.
+// Holds no data. The rules about slots are in Recorder, the translation in a backend's class.
 
 #pragma once
 
-#include "KolmBuffer.h"
-#include "KolmPlatform.h"
+#include "KolmSize.h"
+#include "KolmSlots.h"
 
 namespace Kolm {
 
+class Image;
 class Kernel;
-struct Size;
+class Traversal;
 
-/// Records compute work on its device. Deleting the object ends the recording; the work runs when the device flushes.
+/// Records compute work and ray tracing on its device. Deleting the object ends the recording; the work runs when the
+/// device flushes.
 ///
-/// Bindings are recorded lazily: setters only change slots, which dispatch() flushes. Setting an index that the kernel
-/// does not have, a buffer without the flag that the slot needs or anything without a kernel is the caller's mistake.
-/// Exhausted memory is logged, and the call is skipped. A recorder belongs to the thread that uses it.
-class Compute : public PlatformBase {
+/// Bindings are recorded lazily: setters only change slots, which dispatch() flushes. Exhausted memory is logged, and
+/// the call is skipped. A recorder belongs to the thread that uses it.
+class Compute : public Slots {
 public:
     /// What dispatchIndirect() reads: numbers of groups.
     struct DispatchIndirect {
@@ -26,72 +27,51 @@ public:
         uint32_t padding;
     };
 
-    explicit Compute(uint32_t index) : PlatformBase(index) {}
+    explicit Compute(uint32_t index) : Slots(index) {}
 
-    /// Binds at once. The slots' contents stay; the same kernel again changes nothing; null unbinds.
+    /// Binds at once. The slots' contents stay; the same object again changes nothing; null unbinds. A kernel takes the
+    /// place of a traversal, and the other way round.
     virtual void setKernel(Kernel *kernel) = 0;
     virtual Kernel *getKernel() const = 0;
+    virtual void setTraversal(Traversal *traversal) = 0;
+    virtual Traversal *getTraversal() const = 0;
 
-    // uniform slots. Data lives until the frame's work ran; the pointer is to be filled before the next call.
-    /// Transient memory bound to the slot, or null.
-    virtual void *getUniformData(uint32_t index, size_t size) = 0;
-    virtual void setUniformData(uint32_t index, const void *src, size_t size) = 0;
-    /// Size 0 is the rest of the buffer. A null buffer empties the slot.
-    virtual void setUniformBuffer(uint32_t index, Buffer *buffer, size_t offset = 0, size_t size = 0) = 0;
-    /// Whole buffers from \p offsets on, which may be null.
-    virtual void setUniformBuffers(uint32_t index, Buffer **buffers, uint32_t num, const size_t *offsets = nullptr) = 0;
-    /// Moves the slot's range, with \p relative by \p offset bytes.
-    virtual void setUniformOffset(uint32_t index, size_t offset, bool relative = false) = 0;
-
-    // storage slots, likewise
-    virtual void *getStorageData(uint32_t index, size_t size) = 0;
-    virtual void setStorageData(uint32_t index, const void *src, size_t size) = 0;
-    virtual void setStorageBuffer(uint32_t index, Buffer *buffer, size_t offset = 0, size_t size = 0) = 0;
-    virtual void setStorageBuffers(uint32_t index, Buffer **buffers, uint32_t num, const size_t *offsets = nullptr) = 0;
-    virtual void setStorageOffset(uint32_t index, size_t offset, bool relative = false) = 0;
-
-    // texel slots
-    virtual void setTexelBuffer(uint32_t index, Buffer *buffer) = 0;
-    virtual void setTexelBuffers(uint32_t index, Buffer **buffers, uint32_t num) = 0;
-
-    // source of dispatchIndirect()
-    virtual void *getIndirectData(size_t size) = 0;
-    virtual void setIndirectData(const void *src, size_t size) = 0;
-    virtual void setIndirectBuffer(Buffer *buffer, size_t offset = 0) = 0;
-    virtual void setIndirectOffset(size_t offset, bool relative = false) = 0;
-
-    /// Numbers of threads. A number of 2 or more is divided by the kernel's group size and rounded up; 0 and 1 are
-    /// passed on as they stand.
+    /// Numbers of threads: of a kernel, a number of 2 or more is divided by its group size and rounded up; 0 and 1 are
+    /// passed on as they stand. Of a traversal they are rays, unchanged.
     virtual void dispatch(uint32_t width, uint32_t height, uint32_t depth) = 0;
-    /// Reads one DispatchIndirect at the indirect offset: numbers of groups.
+    /// Reads one DispatchIndirect at the indirect offset: numbers of groups. Expects a kernel.
     virtual void dispatchIndirect() = 0;
 
-    // transfers at this place in the order of work
+    // transfers at this place in the order of work; see Device for their arguments
     virtual bool setBuffer(Buffer *buffer, size_t offset, const void *src, size_t size) = 0;
     virtual bool copyBuffer(Buffer *dest, size_t dest_offset, Buffer *src, size_t src_offset, size_t size) = 0;
     virtual bool clearBuffer(Buffer *buffer, Format format, size_t offset, const void *value, size_t size) = 0;
+    using Slots::setTexture;
+    virtual bool setTexture(Texture *texture, const Origin &origin, const Slice &dest_slice, const Image &image,
+                            const Slice &image_slice) = 0;
+    virtual bool copyTexture(Texture *dest, const Origin &origin, const Slice &dest_slice, Texture *src,
+                             const Region &region, const Slice &src_slice) = 0;
+    virtual bool clearTexture(Texture *texture, const Region &region, const Slice &slice, const void *value) = 0;
 
-    /// Later dispatches, indirect reads and transfers see what earlier dispatches wrote to the buffers. There is no
-    /// barrier between two dispatches without this call.
+    /// Later dispatches, indirect reads and transfers see what earlier dispatches wrote. There is no barrier between
+    /// two dispatches without this call.
+    virtual void barrier(Texture **textures, uint32_t num) = 0;
     virtual void barrier(Buffer **buffers, uint32_t num) = 0;
+    virtual void barrier(Texture *texture) = 0;
     virtual void barrier(Buffer *buffer) = 0;
 
-    /// Work until endConditional() is skipped if the 32-bit word at \p offset is zero.
-    virtual void beginConditional(Buffer *buffer, size_t offset) = 0;
-    virtual void endConditional() = 0;
-
     // short forms
-    void setUniformBuffers(uint32_t index, const std::initializer_list<Buffer *> &buffers);
-    void setUniformBuffers(uint32_t index, const std::initializer_list<Buffer *> &buffers,
-                           const std::initializer_list<size_t> &offsets);
-    void setStorageBuffers(uint32_t index, const std::initializer_list<Buffer *> &buffers);
-    void setStorageBuffers(uint32_t index, const std::initializer_list<Buffer *> &buffers,
-                           const std::initializer_list<size_t> &offsets);
-    void setTexelBuffers(uint32_t index, const std::initializer_list<Buffer *> &buffers);
     void dispatch(uint32_t width) { dispatch(width, 1, 1); }
     void dispatch(uint32_t width, uint32_t height) { dispatch(width, height, 1); }
-    void dispatch(const Size &size);
-    void barrier(const std::initializer_list<Buffer *> &buffers);
+    void dispatch(const Size &size) { dispatch(size.width, size.height, size.depth); }
+    /// One thread for each pixel of the first level.
+    void dispatch(const Texture *texture);
+    void barrier(const std::initializer_list<Texture *> &textures) {
+        barrier(get_list(textures), uint32_t(textures.size()));
+    }
+    void barrier(const std::initializer_list<Buffer *> &buffers) {
+        barrier(get_list(buffers), uint32_t(buffers.size()));
+    }
     bool setBuffer(Buffer *buffer, const void *src, size_t size);
     bool setBuffer(Buffer *buffer, const void *src);
     bool copyBuffer(Buffer *dest, Buffer *src, size_t size);
@@ -99,15 +79,14 @@ public:
     bool clearBuffer(Buffer *buffer, Format format, const void *value, size_t size);
     bool clearBuffer(Buffer *buffer, Format format, const void *value);
     bool clearBuffer(Buffer *buffer);
-
-    /// Plain data by value.
-    template<class Type> void setUniform(uint32_t index, const Type &data) {
-        setUniformData(index, &data, sizeof(Type));
-    }
-    template<class Type> void setStorage(uint32_t index, const Type &data) {
-        setStorageData(index, &data, sizeof(Type));
-    }
-    template<class Type> void setIndirect(const Type &data) { setIndirectData(&data, sizeof(Type)); }
+    bool setTexture(Texture *texture, const Origin &origin, const Image &image);
+    bool setTexture(Texture *texture, const Image &image);
+    bool copyTexture(Texture *dest, const Origin &origin, Texture *src, const Region &region);
+    bool copyTexture(Texture *dest, const Slice &dest_slice, Texture *src, const Slice &src_slice);
+    bool copyTexture(Texture *dest, Texture *src);
+    bool clearTexture(Texture *texture, const Region &region, const void *value);
+    bool clearTexture(Texture *texture, const Slice &slice, const void *value);
+    bool clearTexture(Texture *texture, const void *value = nullptr);
 };
 
 static_assert(sizeof(Compute::DispatchIndirect) == 16);

@@ -5,6 +5,7 @@
 #include <stdarg.h>
 
 #include "KolmCaller.h"
+#include "KolmCommand.h"
 #include "KolmCompute.h"
 #include "KolmLog.h"
 
@@ -53,6 +54,8 @@ DEVICE_FACTORY(Fence, "fences")
 DEVICE_FACTORY(Sampler, "samplers", const Sampler *)
 DEVICE_FACTORY(Texture, "textures")
 DEVICE_FACTORY(Tracing, "tracings", const Tracing *)
+DEVICE_FACTORY(Pipeline, "pipelines", const Pipeline *)
+DEVICE_FACTORY(Traversal, "traversals", const Traversal *)
 DEVICE_FACTORY(BufferTable, "buffer tables")
 DEVICE_FACTORY(TextureTable, "texture tables")
 DEVICE_FACTORY(Target, "targets")
@@ -89,11 +92,39 @@ DEVICE_OPERATION(wait_fence, "waitFence", "fences", Fence *)
 DEVICE_OPERATION(signal_fence, "signalFence", "fences", Fence *)
 #undef DEVICE_OPERATION
 
+void Device::release_pipeline(Pipeline *) {}
+void Device::release_traversal(Traversal *) {}
 void Device::release_sampler(Sampler *) {}
 void Device::release_texture(Texture *) {}
 void Device::release_tracing(Tracing *) {}
 void Device::release_buffer_table(BufferTable *) {}
 void Device::release_texture_table(TextureTable *) {}
+
+Command *Device::create_command(Target *) {
+    refuse("createCommand", "commands");
+    return nullptr;
+}
+
+// pipelines and recorders
+
+void Device::releasePipeline(Pipeline *pipeline) {
+    Caller{*this, "Device", "releasePipeline"}.checkPlatform("pipeline", pipeline);
+    release_pipeline(pipeline);
+}
+
+void Device::releaseTraversal(Traversal *traversal) {
+    Caller{*this, "Device", "releaseTraversal"}.checkPlatform("traversal", traversal);
+    release_traversal(traversal);
+}
+
+Command *Device::createCommand(Target *target) {
+    const Caller caller = {*this, "Device", "createCommand"};
+    caller.checkPlatform("target", target);
+    if(!target->isEnabled()) caller.fail("target is not enabled");
+    return create_command(target);
+}
+
+Command *Device::createCommand() { return create_command(nullptr); }
 
 // shaders
 

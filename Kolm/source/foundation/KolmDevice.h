@@ -14,6 +14,7 @@
 #include "KolmFence.h"
 #include "KolmFormat.h"
 #include "KolmKernel.h"
+#include "KolmPipeline.h"
 #include "KolmPlatform.h"
 #include "KolmQuery.h"
 #include "KolmSampler.h"
@@ -23,9 +24,11 @@
 #include "KolmTexture.h"
 #include "KolmTextureTable.h"
 #include "KolmTracing.h"
+#include "KolmTraversal.h"
 
 namespace Kolm {
 
+class Command;
 class Compute;
 class Stream;
 struct Caller;
@@ -158,9 +161,17 @@ public:
     /// Kernel with the parameters of \p kernel, which may be null; it still has to be created.
     virtual Kernel *createKernel(const Kernel *kernel = nullptr) = 0;
     virtual void releaseKernel(Kernel *kernel) = 0;
+    virtual Pipeline *createPipeline(const Pipeline *pipeline = nullptr);
+    void releasePipeline(Pipeline *pipeline);
+    virtual Traversal *createTraversal(const Traversal *traversal = nullptr);
+    void releaseTraversal(Traversal *traversal);
 
     // recorders. A device records on one at a time; the caller deletes it to end the recording.
     virtual Compute *createCompute() = 0;
+    /// Draws into an enabled target, until the recorder is deleted.
+    Command *createCommand(Target *target);
+    /// Secondary recorder of a command device, whose work execute() runs inside a target of the parent.
+    Command *createCommand();
 
     // buffer operations; offsets and sizes in bytes
     /// Bytes may be freed on return. Commands recorded later see them.
@@ -365,6 +376,11 @@ protected:
     virtual void release_buffer_table(BufferTable *table);
     virtual bool set_texture_table(TextureTable *table, uint32_t index, Texture **textures, uint32_t num);
     virtual void release_texture_table(TextureTable *table);
+
+    virtual void release_pipeline(Pipeline *pipeline);
+    virtual void release_traversal(Traversal *traversal);
+    /// The target is enabled, or null for a secondary recorder.
+    virtual Command *create_command(Target *target);
 
     virtual bool begin_query(Query *query);
     virtual bool end_query(Query *query);

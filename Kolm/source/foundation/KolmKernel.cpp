@@ -8,7 +8,7 @@
 
 namespace Kolm {
 
-Kernel::Kernel(uint32_t index, const Kernel *kernel) : PlatformBase(index) {
+Kernel::Kernel(uint32_t index, const Kernel *kernel) : Parameters(index) {
     if(kernel) setParameters(kernel);
 }
 
@@ -18,55 +18,22 @@ Kernel::~Kernel() {
 
 void Kernel::clear() {
     setShader(nullptr);
-    kernel_name.clear();
-    set_defaults();
-}
-
-void Kernel::setName(const char *name) { kernel_name = (name) ? name : ""; }
-
-void Kernel::set_defaults() {
-#define PARAMETER(NAME) memset(&NAME, 0, sizeof(NAME));
-#include "KolmKernelParameters.inc"
+    memset(group_size, 0, sizeof(group_size));
+    Parameters::clear();
 }
 
 Kernel &Kernel::setParameters(const Kernel *kernel) {
     KOLM_ASSERT(kernel && "Kernel::setParameters(): kernel is null");
     if(kernel == this) return *this;
     setShader(kernel->compute_shader, false);
-#define PARAMETER(NAME) memcpy(&NAME, &kernel->NAME, sizeof(NAME));
-#include "KolmKernelParameters.inc"
+    copy_parameters(*kernel);
+    memcpy(group_size, kernel->group_size, sizeof(group_size));
     return *this;
 }
 
-namespace {
-
-// Writers of saveState(): bytes, words and 16-bit numbers, in the order of the slots.
-
-bool write(Stream &stream, uint8_t value) { return stream.writeu8(value); }
-
-template<uint32_t Size> bool write(Stream &stream, const uint8_t (&values)[Size]) {
-    return stream.write(values, Size) == Size;
-}
-
-template<uint32_t Size> bool write(Stream &stream, const uint16_t (&values)[Size]) {
-    bool status = true;
-    for(const uint16_t value : values) status &= stream.writeu16(value);
-    return status;
-}
-
-template<class Type, uint32_t Size> bool write(Stream &stream, const Type (&values)[Size]) {
-    bool status = true;
-    for(const Type value : values) status &= stream.writeu32(uint32_t(value));
-    return status;
-}
-
-} // namespace
-
 bool Kernel::saveState(Stream &stream) const {
-    bool status = true;
-#define PARAMETER(NAME) status &= write(stream, NAME);
-#include "KolmKernelParameters.inc"
-    return status;
+    const bool status = save_parameters(stream, false);
+    return ParametersState::write(stream, group_size) && status;
 }
 
 // shader
@@ -196,15 +163,8 @@ Kernel &Kernel::setSamplerOffset(uint32_t offset) {
 }
 
 Kernel &Kernel::setSamplerArray(uint32_t index, uint32_t num, bool array) {
-    KOLM_ASSERT(index < NumSamplers && num <= NumSamplers - index &&
-                "Kernel::setSamplerArray(): invalid samplers range");
-    sampler_arrays[index] = uint8_t((array) ? num : 0);
+    set_array("setSamplerArray", "invalid samplers range", sampler_arrays, NumSamplers, index, num, array);
     return *this;
-}
-
-uint32_t Kernel::getSamplerArray(uint32_t index) const {
-    KOLM_ASSERT(index < NumSamplers && "Kernel::getSamplerArray(): invalid sampler index");
-    return sampler_arrays[index];
 }
 
 // textures
@@ -227,15 +187,8 @@ Kernel &Kernel::setTextureOffset(uint32_t offset) {
 }
 
 Kernel &Kernel::setTextureArray(uint32_t index, uint32_t num, bool array) {
-    KOLM_ASSERT(index < NumTextures && num <= NumTextures - index &&
-                "Kernel::setTextureArray(): invalid textures range");
-    texture_arrays[index] = uint8_t((array) ? num : 0);
+    set_array("setTextureArray", "invalid textures range", texture_arrays, NumTextures, index, num, array);
     return *this;
-}
-
-uint32_t Kernel::getTextureArray(uint32_t index) const {
-    KOLM_ASSERT(index < NumTextures && "Kernel::getTextureArray(): invalid texture index");
-    return texture_arrays[index];
 }
 
 // surfaces
@@ -258,15 +211,8 @@ Kernel &Kernel::setSurfaceOffset(uint32_t offset) {
 }
 
 Kernel &Kernel::setSurfaceArray(uint32_t index, uint32_t num, bool array) {
-    KOLM_ASSERT(index < NumSurfaces && num <= NumSurfaces - index &&
-                "Kernel::setSurfaceArray(): invalid surfaces range");
-    surface_arrays[index] = uint8_t((array) ? num : 0);
+    set_array("setSurfaceArray", "invalid surfaces range", surface_arrays, NumSurfaces, index, num, array);
     return *this;
-}
-
-uint32_t Kernel::getSurfaceArray(uint32_t index) const {
-    KOLM_ASSERT(index < NumSurfaces && "Kernel::getSurfaceArray(): invalid surface index");
-    return surface_arrays[index];
 }
 
 // uniforms
@@ -296,11 +242,6 @@ Kernel &Kernel::setUniformFlags(uint32_t index, BindFlags flags) {
     return *this;
 }
 
-Kernel::BindFlags Kernel::getUniformFlags(uint32_t index) const {
-    KOLM_ASSERT(index < num_uniforms && "Kernel::getUniformFlags(): invalid uniform index");
-    return uniform_flags[index];
-}
-
 // storages
 
 uint32_t Kernel::addStorage(BindFlags flags) {
@@ -326,11 +267,6 @@ Kernel &Kernel::setStorageFlags(uint32_t index, BindFlags flags) {
     KOLM_ASSERT(index < num_storages && "Kernel::setStorageFlags(): invalid storage index");
     storage_flags[index] = flags;
     return *this;
-}
-
-Kernel::BindFlags Kernel::getStorageFlags(uint32_t index) const {
-    KOLM_ASSERT(index < num_storages && "Kernel::getStorageFlags(): invalid storage index");
-    return storage_flags[index];
 }
 
 // tracings
@@ -387,11 +323,7 @@ Kernel &Kernel::setTableOffset(uint32_t offset) {
 }
 
 Kernel &Kernel::setTableType(uint32_t index, TableType type, uint32_t size, BindFlags flags, bool enable) {
-    KOLM_ASSERT(index < NumTables && "Kernel::setTableType(): invalid table index");
-    KOLM_ASSERT(uint32_t(type) < NumTableTypes && "Kernel::setTableType(): invalid table type");
-    table_types[index] = (enable) ? type : TableTypeTexture;
-    table_sizes[index] = (enable) ? size : 0;
-    table_flags[index] = (enable) ? flags : BindFlagNone;
+    set_table("setTableType", index, type, size, flags, enable);
     for(num_tables = 0; num_tables < NumTables && table_sizes[num_tables]; num_tables++) {}
     return *this;
 }
@@ -400,21 +332,6 @@ Kernel &Kernel::setTableFlags(uint32_t index, BindFlags flags) {
     KOLM_ASSERT(index < num_tables && "Kernel::setTableFlags(): invalid table index");
     table_flags[index] = flags;
     return *this;
-}
-
-Kernel::TableType Kernel::getTableType(uint32_t index) const {
-    KOLM_ASSERT(index < num_tables && "Kernel::getTableType(): invalid table index");
-    return table_types[index];
-}
-
-uint32_t Kernel::getTableSize(uint32_t index) const {
-    KOLM_ASSERT(index < num_tables && "Kernel::getTableSize(): invalid table index");
-    return table_sizes[index];
-}
-
-Kernel::BindFlags Kernel::getTableFlags(uint32_t index) const {
-    KOLM_ASSERT(index < num_tables && "Kernel::getTableFlags(): invalid table index");
-    return table_flags[index];
 }
 
 } // namespace Kolm

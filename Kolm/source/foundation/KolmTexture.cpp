@@ -21,14 +21,6 @@ String get_words(Texture::Flags flags) {
     return words;
 }
 
-// Images of a build without the resampler have no mipmaps but those of their files.
-template<class Type> Image get_mipmapped(const Type &image, Async *async) {
-    if constexpr(requires { image.getMipmapped(Image::FilterBox, Image::FlagNone, async); })
-        return image.getMipmapped(Image::FilterBox, Image::FlagNone, async);
-    else
-        return Image();
-}
-
 } // namespace
 
 Texture::Texture(uint32_t index) : PlatformBase(index) {}
@@ -228,7 +220,7 @@ bool Texture::init(const Image *&image, Image &dest, Flags flags, Async *async) 
     if(message.empty() && set_sizes(image->getSize(), image->getLayers())) {
         if(texture_mipmaps <= image->getMipmaps() || !hasFlag(FlagGenerate)) return true;
         Log::print(Log::Message, "Texture::create(): create mipmaps\n");
-        dest = get_mipmapped(*image, async);
+        dest = image->getMipmapped(Image::FilterBox, Image::FlagNone, async);
         if(dest.isAllocated()) {
             image = &dest;
             return true;

@@ -175,7 +175,7 @@ public:
 
 protected:
     friend class Device;
-    friend class Recorder;
+    friend class ComputeRecorder;
 
     /// Stores the parameters of create() after testing them; a refusal clears the object.
     bool init(Type type, Format format, const Size &size, uint32_t layers, Flags flags);

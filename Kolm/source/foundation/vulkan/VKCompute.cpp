@@ -31,7 +31,9 @@ bool VKCompute::allocate_memory(Transient type, size_t size, Memory &memory) {
     switch(type) {
     case TransientUniform: transient = context->getUniformBuffer(adapter->uniform_alignment, size); break;
     case TransientStorage: transient = context->getUniformBuffer(adapter->storage_alignment, size); break;
-    case TransientIndirect: transient = context->getUploadBuffer(16, size); break;
+    case TransientIndirect:
+    case TransientVertex:
+    case TransientIndex: transient = context->getUploadBuffer(16, size); break;
     case NumTransients: break;
     }
     if(!transient) return false;

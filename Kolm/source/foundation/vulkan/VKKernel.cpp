@@ -38,7 +38,7 @@ void VKKernel::release() {
 
 void VKKernel::setName(const char *name) {
     Kernel::setName(name);
-    adapter->setObjectName(VK_OBJECT_TYPE_PIPELINE, reinterpret_cast<uint64_t>(pipeline_state), kernel_name.get());
+    adapter->setObjectName(VK_OBJECT_TYPE_PIPELINE, reinterpret_cast<uint64_t>(pipeline_state), object_name.get());
 }
 
 Shader *VKKernel::create_shader(Kernel *) { return new VKShader(context); }
@@ -335,7 +335,7 @@ bool VKKernel::create() {
         release();
         return false;
     }
-    if(kernel_name) setName(String(kernel_name).get());
+    if(object_name) setName(String(object_name).get());
     return true;
 }
 
