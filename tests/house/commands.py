@@ -104,11 +104,14 @@ def usage_is_refused():
                   ["shader", "a.comp", "--depfile"], ["shader", "a.comp", "--cache"], ["shader", "a.comp", "b.comp", "-E"],
                   ["shader", "a.comp", "-E", "--json"], ["shader", "a.comp", "--json", "-o", "-"], ["shader", "a.comp", "a.comp"],
                   ["shader", "x/a.comp", "y/a.comp", "-o", "z/"], ["shader", "a.comp", "b.txt"],
+                  ["image"], ["image", "a.png", "--resize", "0x0"], ["image", "a.png", "--resize", "5"], ["image", "a.png", "--filter", "best"],
+                  ["image", "a.png", "--format", "RGB"], ["image", "a.png", "-o"], ["image", "a.png", "b.png", "-o", "c.png"],
+                  ["image", "a.png", "--slice", "1,2"], ["image", "a.png", "-j", "0"], ["image", "a.png", "--quality", "101"], ["image", "a.png", "--wrong"],
                   ["info", "extra"], ["info", "--wrong"], ["json"], ["json", "a", "b"], ["json", "a", "--get"], ["json", "a", "-o"], ["json", "a", "--wrong"],
                   ["scan", "--groups", "48"], ["scan", "--bits", "3"], ["sort", "--size", "0"], ["sort", "--bits", "33"], ["sort", "10"]):
         run = ostrevan(*words)
         check(run.returncode == 2 and "--help" in run.stderr + run.stdout, f"usage {words}", run)
-    for words in (["--help"], ["info", "--help"], ["shader", "--help"], ["run", "--help"], ["json", "--help"], ["scan", "--help"],
+    for words in (["--help"], ["info", "--help"], ["shader", "--help"], ["run", "--help"], ["json", "--help"], ["image", "--help"], ["scan", "--help"],
                   ["sort", "--help"], ["--version"]):
         run = ostrevan(*words)
         check(run.returncode == 0 and len(run.stdout) > 40, f"help {words}", run)
@@ -479,6 +482,99 @@ def failures_of_run(folder):
     check(run.returncode == 1 and "folder.png" in run.stderr, "unwritable picture", run)
 
 
+def run_image(folder, *words):
+    return ostrevan("image", *words, cwd=folder)
+
+
+def image_reads_and_writes_all_files(folder):
+    write_png(folder / "a.png", 24, 16, lambda x, y: (x * 10, y * 15, (x * y) % 256, 255))
+    extensions = re.search(r"Saves ([.\w]+)", ostrevan("image", "--help").stdout).group(1).split(".")[1:]
+    check({"png", "jpg", "dds", "ktx", "tga", "bmp", "hdr", "ppm", "image"} <= set(extensions), f"extensions {extensions}")
+    # every reader into every writer: equal, or as near as the file's own precision is
+    for first in extensions:
+        run = run_image(folder, "a.png", "-o", "a." + first)
+        check(run.returncode == 0, f"picture into {first}", run)
+        for second in extensions:
+            name = f"{first}_b.{second}"
+            run = run_image(folder, "a." + first, "-o", name)
+            check(run.returncode == 0, f"{first} into {second}", run)
+            loss = 0.6 if {"jpg", "jpeg"} & {first, second} else 0.02 if "hdr" in (first, second) else 0
+            if "pbm" in (first, second) or "pgm" in (first, second):
+                loss = 1
+            run = run_image(folder, name, "--compare", "a." + first, "--threshold", loss)
+            check(run.returncode == 0, f"{first} into {second} and back", run)
+    (folder / "out1").mkdir()
+    (folder / "out4").mkdir()
+    for jobs in ("1", "4"):
+        run = run_image(folder, "a.png", "a.hdr", "a.tga", "a.bmp", "--resize", "9x0", "--mipmaps", "--out-dir", "out" + jobs, "--ext", "dds", "-j", jobs)
+        check(run.returncode == 2 and "two inputs" in run.stderr, "two inputs of one name", run)
+        for i, name in enumerate(("hdr", "tga", "bmp")):
+            if (folder / ("a." + name)).exists():
+                os.replace(folder / ("a." + name), folder / f"a{i}.{name}")
+        run = run_image(folder, "a.png", "a0.hdr", "a1.tga", "a2.bmp", "--resize", "9x0", "--mipmaps", "--out-dir", "out" + jobs, "--ext", "dds", "-j", jobs)
+        check(run.returncode == 0, "many files", run)
+    for path in sorted((folder / "out1").iterdir()):
+        check(path.read_bytes() == (folder / "out4" / path.name).read_bytes(), f"{path.name} does not depend on -j")
+    run = run_image(folder, "a.png", "out1/a.dds", "--json")
+    images = json.loads(run.stdout)["images"]
+    check(len(images) == 2 and images[1]["width"] == 9 and images[1]["height"] == 6 and images[1]["mipmaps"] == 4, "image --json", run)
+
+
+def image_changes_in_order(folder):
+    pixel = lambda x, y: (x * 20, y * 30, 7, 255 - x)
+    write_png(folder / "a.png", 12, 8, pixel)
+    rows = (
+        (["--flip-x"], 12, 8, lambda x, y: pixel(11 - x, y)),
+        (["--flip-y"], 12, 8, lambda x, y: pixel(x, 7 - y)),
+        (["--rotate", "1"], 8, 12, lambda x, y: pixel(y, 7 - x)),
+        (["--rotate", "1", "--flip-x"], 8, 12, lambda x, y: pixel(11 - y, 7 - x)),
+        (["--resize", "6x4"], 6, 4, lambda x, y: (x * 40 + 10, y * 60 + 15, 7, (4 * (255 - 2 * x) - 2) // 4)),
+        (["--resize", "6x0", "--filter", "max"], 6, 4, lambda x, y: (x * 40 + 20, y * 60 + 30, 7, 255 - 2 * x)),
+        (["--resize", "24x16", "--filter", "point"], 24, 16, lambda x, y: pixel(x // 2, y // 2)),
+        (["--component", "1", "--format", "RGBAu8n"], 12, 8, lambda x, y: (y * 30,) * 3 + (255,)),
+    )
+    for words, width, height, expected in rows:
+        run = run_image(folder, "a.png", *words, "-o", "b.png")
+        w, h, data = read_png(folder / "b.png") if run.returncode == 0 else (0, 0, b"")
+        check((w, h, data) == (width, height, b"".join(bytes(expected(x, y)) for y in range(height) for x in range(width))),
+              f"image {words}", run)
+    run = run_image(folder, "a.png", "--type", "Cube", "--panorama", "-o", "c.dds")
+    check(run.returncode == 0 and "Cube RGBAu8n 3x3" in run_image(folder, "c.dds").stdout, "panorama into a cube", run)
+    run = run_image(folder, "c.dds", "--slice", "2,0,0", "--info", "-o", "f.png")
+    check(run.returncode == 0 and "2D RGBAu8n 3x3" in run.stdout, "a face", run)
+
+
+def image_compares(folder):
+    write_png(folder / "a.png", 8, 8, lambda x, y: (100, 50, 0, 255))
+    write_png(folder / "b.png", 8, 8, lambda x, y: (100 + 51 * (x == 0), 50, 0, 255))
+    run = run_image(folder, "a.png", "--compare", "b.png", "--json")
+    difference = json.loads(run.stdout)["images"][0]
+    red = difference["channels"][0]
+    check(run.returncode == 1 and abs(red["mean"] - 0.025) < 1e-4 and abs(red["max"] - 0.2) < 1e-4 and
+          abs(red["psnr"] - 23.0103) < 1e-2 and difference["channels"][1] == {"mean": 0, "max": 0, "psnr": None}, "differences", run)
+    run = run_image(folder, "a.png", "--compare", "b.png")
+    check(run.returncode == 1 and "PSNR 23.01 dB" in run.stdout and "differs" in run.stderr, "differences in words", run)
+    check(run_image(folder, "a.png", "--compare", "b.png", "--threshold", "0.21").returncode == 0, "differences below the threshold")
+    write_png(folder / "c.png", 8, 7, lambda x, y: (0, 0, 0, 0))
+    run = run_image(folder, "a.png", "--compare", "c.png")
+    check(run.returncode == 1 and run.stderr.count("\n") == 1 and "can't compare" in run.stderr, "pictures of two sizes", run)
+
+
+def failures_of_image(folder):
+    write_png(folder / "a.png", 8, 8, lambda x, y: (x, y, 0, 255))
+    (folder / "cut.png").write_bytes((folder / "a.png").read_bytes()[:50])
+    (folder / "text.jpg").write_text("no picture at all")
+    for name, words in (("absent", ["none.png"]), ("cut", ["cut.png", "-o", "x.png"]), ("text", ["text.jpg"]), ("unknown kind", ["a.png", "-o", "x.zzz"]),
+                        ("no folder", ["a.png", "-o", "no/x.png"]), ("slice outside", ["a.png", "--slice", "0,0,3", "-o", "x.png"]),
+                        ("component outside", ["a.png", "--format", "Ru8n", "--component", "3", "-o", "x.png", "--slice", "1,0,0"]),
+                        ("no proportions of a cube", ["a.png", "--type", "Cube", "-o", "x.dds"]), ("a cube as PNG", ["a.png", "--type", "Cube", "--panorama", "-o", "x.png"]),
+                        ("no way", ["a.png", "--format", "Du24Su8", "-o", "x.image"]), ("volume", ["a.png", "--type", "3D", "-o", "x.dds"])):
+        run = run_image(folder, *words)
+        check(run.returncode == 1 and run.stderr.count("\n") == 1 and not (folder / "x.png").exists(), f"image: {name}", run)
+    run = run_image(folder, "none.png", "a.png", "cut.png")
+    check(run.returncode == 1 and "a.png: 2D RGBAu8n 8x8" in run.stdout and run.stderr.count("\n") == 1, "one bad file among others", run)
+
+
 def info_tells_the_adapters():
     run = ostrevan("info")
     check(run.returncode == 0 and "version" in run.stdout.lower(), "info", run)
@@ -529,6 +625,10 @@ with tempfile.TemporaryDirectory() as name:
     shader_keeps_words(folder())
     if not PREFIX:
         progress_is_for_terminals(folder())
+    image_reads_and_writes_all_files(folder())
+    image_changes_in_order(folder())
+    image_compares(folder())
+    failures_of_image(folder())
     if not PREFIX:
         works_without_the_loader(folder())
     if GPU:

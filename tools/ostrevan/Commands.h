@@ -15,6 +15,7 @@ using Command = int (*)(int argc, char **argv);
 int infoCommand(int argc, char **argv);
 int shaderCommand(int argc, char **argv);
 int runCommand(int argc, char **argv);
+int imageCommand(int argc, char **argv);
 int jsonCommand(int argc, char **argv);
 int scanCommand(int argc, char **argv);
 int sortCommand(int argc, char **argv);

@@ -18,6 +18,7 @@ static const struct {
     {"info", infoCommand, "version, adapters, their features and limits"},
     {"shader", shaderCommand, "compile GLSL to SPIR-V, or only preprocess it"},
     {"run", runCommand, "run a compute shader over a picture and save the result"},
+    {"image", imageCommand, "tell, convert, resize and compare pictures"},
     {"json", jsonCommand, "check, reformat and query a JSON document"},
     {"scan", scanCommand, "prefix sums on the GPU: check and time"},
     {"sort", sortCommand, "sort keys and values on the GPU: check and time"},
