@@ -8,6 +8,10 @@
 #include <benchmark/benchmark.h>
 #include <png.h>
 
+#include <stdio.h>
+
+#include <jpeglib.h>
+
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
@@ -248,6 +252,83 @@ void save_png_peer(benchmark::State &state) {
     }
     set_counters(state, image);
 }
+
+void save_jpeg(benchmark::State &state) {
+    const Image image = make_picture();
+    Blob blob("x.jpg");
+    for(auto _ : state) {
+        blob.clear();
+        image.save(blob);
+    }
+    set_counters(state, image);
+}
+void save_jpeg_peer(benchmark::State &state) {
+    Image image = make_picture();
+    for(auto _ : state) {
+        jpeg_compress_struct info;
+        jpeg_error_mgr errors;
+        unsigned char *data = nullptr;
+        unsigned long size = 0;
+        info.err = jpeg_std_error(&errors);
+        jpeg_create_compress(&info);
+        jpeg_mem_dest(&info, &data, &size);
+        info.image_width = image.getWidth();
+        info.image_height = image.getHeight();
+        info.input_components = 3;
+        info.in_color_space = JCS_RGB;
+        jpeg_set_defaults(&info);
+        jpeg_set_quality(&info, 90, TRUE);
+        jpeg_start_compress(&info, TRUE);
+        while(info.next_scanline < info.image_height) {
+            JSAMPROW row = image.getData() + image.getStride() * info.next_scanline;
+            jpeg_write_scanlines(&info, &row, 1);
+        }
+        jpeg_finish_compress(&info);
+        jpeg_destroy_compress(&info);
+        free(data);
+    }
+    set_counters(state, image);
+}
+void load_jpeg(benchmark::State &state) {
+    const Image image = make_picture();
+    Blob blob("x.jpg");
+    image.save(blob);
+    for(auto _ : state) {
+        blob.seek(0);
+        Image loaded;
+        loaded.load(blob);
+        benchmark::DoNotOptimize(loaded.getData());
+    }
+    set_counters(state, image);
+}
+void load_jpeg_peer(benchmark::State &state) {
+    const Image image = make_picture();
+    Blob blob("x.jpg");
+    image.save(blob);
+    for(auto _ : state) {
+        jpeg_decompress_struct info;
+        jpeg_error_mgr errors;
+        info.err = jpeg_std_error(&errors);
+        jpeg_create_decompress(&info);
+        jpeg_mem_src(&info, blob.getData(), blob.getSize());
+        jpeg_read_header(&info, TRUE);
+        jpeg_start_decompress(&info);
+        uint8_t *data = static_cast<uint8_t *>(malloc(image.getDataSize()));
+        while(info.output_scanline < info.output_height) {
+            JSAMPROW row = data + image.getStride() * info.output_scanline;
+            jpeg_read_scanlines(&info, &row, 1);
+        }
+        jpeg_finish_decompress(&info);
+        jpeg_destroy_decompress(&info);
+        benchmark::DoNotOptimize(data);
+        free(data);
+    }
+    set_counters(state, image);
+}
+BENCHMARK(load_jpeg)->Unit(benchmark::kMillisecond);
+BENCHMARK(load_jpeg_peer)->Unit(benchmark::kMillisecond);
+BENCHMARK(save_jpeg)->Unit(benchmark::kMillisecond);
+BENCHMARK(save_jpeg_peer)->Unit(benchmark::kMillisecond);
 
 BENCHMARK_CAPTURE(load_file, png, "x.png")->Unit(benchmark::kMillisecond);
 BENCHMARK(load_png_peer)->Unit(benchmark::kMillisecond);

@@ -99,8 +99,9 @@ public:
         return create(TypeCube, format, size, 1, flags);
     }
 
-    /// Reads the description, or the image, of a file. A named stream is told by the extension of its name, a nameless
-    /// one by its first four bytes. \p offset is the handler's: for native files the first mipmap to take.
+    /// Reads the description, or the image, of a file, or of what else a Source finds under the name. A named stream is
+    /// told by the extension of its name, a nameless one by its first four bytes. \p offset is the handler's: for
+    /// native files the first mipmap to take.
     bool info(const char *name, Flags flags = FlagNone, uint32_t offset = 0);
     bool info(const String &name, Flags flags = FlagNone, uint32_t offset = 0);
     bool info(Stream &stream, Flags flags = FlagNone, uint32_t offset = 0);

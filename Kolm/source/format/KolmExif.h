@@ -12,8 +12,8 @@ class Stream;
 class Exif {
 public:
     /// Reads a TIFF header and its directories from at most \p size bytes of \p stream, and appends one line of XML for
-    /// each known tag, such as "<Orientation>6</Orientation>". Offsets count from the stream's position. Values that lie
-    /// outside are left out; returns false, without a line in the log, if there is no header or no directory.
+    /// each known tag, such as "<Orientation>6</Orientation>". Offsets count from the stream's position. Values that
+    /// lie outside are left out; returns false, without a line in the log, if there is no header or no directory.
     static bool readTIFF(Stream &stream, size_t size, String &dest);
 };
 

@@ -6,6 +6,7 @@
 #include "KolmImageStream.h"
 #include "KolmLog.h"
 #include "KolmPixel.h"
+#include "KolmSource.h"
 
 namespace Kolm {
 
@@ -194,12 +195,12 @@ bool Image::create(Type type, Format format, const Size &size, uint32_t layers, 
 
 bool Image::info(const char *name, Flags flags, uint32_t offset, Async *async) {
     clear();
-    File file;
-    if(name == nullptr || !file.open(name, "rb")) {
+    Source source;
+    if(name == nullptr || !source.open(name)) {
         Log::printf(Log::Error, "Image::info(): can't open \"%s\" file\n", name ? name : "");
         return false;
     }
-    return info(file, flags, offset, async);
+    return info(source, flags, offset, async);
 }
 
 bool Image::info(Stream &stream, Flags flags, uint32_t offset, Async *async) {
@@ -231,12 +232,12 @@ bool Image::info(Stream &stream, Flags flags, uint32_t offset, Async *async) {
 
 bool Image::load(const char *name, Flags flags, uint32_t offset, Async *async) {
     clear();
-    File file;
-    if(name == nullptr || !file.open(name, "rb")) {
+    Source source;
+    if(name == nullptr || !source.open(name)) {
         Log::printf(Log::Error, "Image::load(): can't open \"%s\" file\n", name ? name : "");
         return false;
     }
-    return load(file, flags, offset, async);
+    return load(source, flags, offset, async);
 }
 
 bool Image::load(Stream &stream, Flags flags, uint32_t offset, Async *async) {

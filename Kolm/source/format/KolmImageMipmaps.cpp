@@ -25,8 +25,8 @@ struct Level {
     Size size;
 };
 
-// Mean of 4 or 8 texels, cut toward zero: the product with 0.25 or 0.125 is exact. Floats are summed as doubles, so that
-// equal ones give exactly their value, the largest too.
+// Mean of 4 or 8 texels, cut toward zero: the product with 0.25 or 0.125 is exact. Floats are summed as doubles, so
+// that equal ones give exactly their value, the largest too.
 template<class Type, uint32_t Count> struct BoxFilter {
     static Type get(const Type *v) {
         using Sum = std::conditional_t<Element<Type>::is_float, float64_t,
