@@ -1,7 +1,7 @@
 // Atomic integers and pointers, and the spin lock.
 //
-// Every operation is a sequentially consistent read-modify-write. A load is one as well: the value is exchanged with
-// itself, so an atomic must live in writable memory even if it is only read. Where a plain access is enough, and only
+// Every operation is a sequentially consistent read-modify-write. A load is one as well: the value is stored as it
+// was, so an atomic must live in writable memory even if it is only read. Where a plain access is enough, and only
 // there, `load`, `load_relaxed` and their like say so.
 
 #pragma once
@@ -25,7 +25,8 @@ public:
     AtomicInteger() = default;
     constexpr explicit AtomicInteger(Type value) : value(value) {}
 
-    operator Type() const { return __atomic_fetch_or(&value, Type(0), __ATOMIC_SEQ_CST); }
+    // Adding 0 is one locked instruction, where an exchange with itself would be a loop.
+    operator Type() const { return __atomic_fetch_add(&value, Type(0), __ATOMIC_SEQ_CST); }
     Type operator=(Type v) {
         __atomic_exchange_n(&value, v, __ATOMIC_SEQ_CST);
         return v;
@@ -67,14 +68,14 @@ private:
 using Atomici32 = AtomicInteger<int32_t>;
 using Atomici64 = AtomicInteger<int64_t>;
 
-/// Atomic pointer.
+/// Atomic pointer. The arithmetic operators count in elements, the bit operators work on the address.
 template<class Type> class AtomicPtr {
 public:
     AtomicPtr() = default;
     constexpr explicit AtomicPtr(Type *ptr) : ptr(ptr) {}
 
     operator Type *() const { return get(); }
-    Type *get() const { return reinterpret_cast<Type *>(__atomic_fetch_or(word(), uintptr_t(0), __ATOMIC_SEQ_CST)); }
+    Type *get() const { return add_bytes(0); }
     Type *operator=(Type *p) {
         exchange(p);
         return p;
@@ -85,6 +86,16 @@ public:
         return *this;
     }
     Type *operator->() const { return get(); }
+
+    Type *operator++() { return fetch_add(1) + 1; }
+    Type *operator--() { return fetch_add(-1) - 1; }
+    Type *operator++(int) { return fetch_add(1); }
+    Type *operator--(int) { return fetch_add(-1); }
+    Type *operator+=(ptrdiff_t n) { return fetch_add(n) + n; }
+    Type *operator-=(ptrdiff_t n) { return fetch_add(-n) - n; }
+    Type *operator&=(uintptr_t v) { return reinterpret_cast<Type *>(__atomic_and_fetch(word(), v, __ATOMIC_SEQ_CST)); }
+    Type *operator|=(uintptr_t v) { return reinterpret_cast<Type *>(__atomic_or_fetch(word(), v, __ATOMIC_SEQ_CST)); }
+    Type *operator^=(uintptr_t v) { return reinterpret_cast<Type *>(__atomic_xor_fetch(word(), v, __ATOMIC_SEQ_CST)); }
 
     Type *exchange(Type *p) { return __atomic_exchange_n(&ptr, p, __ATOMIC_SEQ_CST); }
     bool cas(Type *expected, Type *p) {
@@ -97,6 +108,10 @@ public:
 private:
     using Word __attribute__((may_alias)) = uintptr_t;
     Word *word() const { return reinterpret_cast<Word *>(&ptr); }
+    Type *add_bytes(uintptr_t bytes) const {
+        return reinterpret_cast<Type *>(__atomic_fetch_add(word(), bytes, __ATOMIC_SEQ_CST));
+    }
+    Type *fetch_add(ptrdiff_t n) const { return add_bytes(uintptr_t(n) * sizeof(Type)); }
 
     mutable Type *ptr = nullptr;
 };

@@ -21,7 +21,15 @@ public:
             const size_t size = (capacity > count) ? capacity : count * 2;
             Type *data = Alloc::template allocate<Type>(size);
             if(data == nullptr) return nullptr;
-            root_pool = new BlockPool{0, size, data, root_pool};
+            BlockPool *pool = new BlockPool();
+            if(pool == nullptr) {
+                Alloc::freeArray(data, size);
+                return nullptr;
+            }
+            pool->capacity = size;
+            pool->data = data;
+            pool->next = root_pool;
+            root_pool = pool;
         }
         Type *ptr = root_pool->data + root_pool->offset;
         root_pool->offset += count;
@@ -44,11 +52,11 @@ public:
     }
 
 private:
-    struct BlockPool {
-        size_t offset; // elements used
-        size_t capacity;
-        Type *data;
-        BlockPool *next;
+    struct BlockPool : public Allocated {
+        size_t offset = 0; // elements used
+        size_t capacity = 0;
+        Type *data = nullptr;
+        BlockPool *next = nullptr;
     };
 
     size_t capacity;
