@@ -43,12 +43,25 @@ public:
         free_array(ptr, sizeof(Type) * count);
     }
 
+    /// Grows or shrinks an array of plain elements, of which the first \p used are kept and the others not set. Cheaper
+    /// than two calls. Null for want of memory leaves the old array allocated.
+    template<class Type> static Type *reallocateArray(Type *ptr, size_t old_count, size_t new_count, size_t used) {
+        static_assert(std::is_trivially_copyable_v<Type> && std::is_trivially_default_constructible_v<Type>,
+                      "only plain elements move as bytes");
+        if(ptr == nullptr) return allocate<Type>(new_count);
+        if(new_count == 0 || new_count > (SIZE_MAX - 16) / sizeof(Type)) return nullptr;
+        OSTREVAN_ASSERT(used <= old_count && used <= new_count && "Allocator::reallocateArray(): invalid size");
+        return static_cast<Type *>(
+            reallocate_array(ptr, sizeof(Type) * old_count, sizeof(Type) * new_count, sizeof(Type) * used));
+    }
+
     /// Bytes, and blocks, that the whole library has allocated now.
     static size_t getMemory();
     static size_t getAllocations();
 
 private:
     static void *allocate_array(size_t bytes);
+    static void *reallocate_array(void *ptr, size_t old_bytes, size_t new_bytes, size_t used);
     static void check_array(const void *ptr, size_t bytes);
     static void free_array(const void *ptr, size_t bytes);
 };

@@ -9,11 +9,17 @@ namespace {
 // Room in front of the user's bytes, and that room with the guard byte of a raw block.
 constexpr size_t HeaderSize = 16;
 constexpr size_t RawSize = HeaderSize + 1;
+// Bytes from which a block often grows where it is, or without its pages being copied.
+constexpr size_t LargeSize = 16384;
+
+uint8_t get_distance(const void *block) {
+    const uint8_t low = uint8_t(uintptr_t(block));
+    const uint8_t distance = uint8_t(((low + 15) & 0xF0) - low);
+    return distance ? distance : 16; // the usual case: malloc aligns to 16 bytes itself
+}
 
 uint8_t *write_header(void *block, uint8_t type) {
-    const uint8_t low = uint8_t(uintptr_t(block));
-    uint8_t distance = uint8_t(((low + 15) & 0xF0) - low);
-    if(distance == 0) distance = 16; // the usual case: malloc aligns to 16 bytes itself
+    const uint8_t distance = get_distance(block);
     uint8_t *ptr = static_cast<uint8_t *>(block) + distance;
     ptr[-2] = distance;
     ptr[-1] = type;
@@ -81,6 +87,28 @@ template<uint32_t Alignment> void *AllocatorImpl<Alignment>::allocate_array(size
     if(block == nullptr) return nullptr;
     counters.memory_usage += int64_t(bytes);
     counters.num_allocations += 1;
+    return write_header(block, TypeArray);
+}
+
+template<uint32_t Alignment>
+void *AllocatorImpl<Alignment>::reallocate_array(void *data, size_t old_bytes, size_t new_bytes, size_t used) {
+    check_array(data, old_bytes);
+    uint8_t *ptr = static_cast<uint8_t *>(data);
+    const uint8_t distance = ptr[-2];
+    uint8_t *block;
+    if(new_bytes < LargeSize) {
+        // The C library would look for room behind the block first.
+        block = static_cast<uint8_t *>(malloc(new_bytes + HeaderSize));
+        if(block == nullptr) return nullptr;
+        memcpy(block + get_distance(block), ptr, used);
+        ::free(ptr - distance);
+    } else {
+        block = static_cast<uint8_t *>(realloc(ptr - distance, new_bytes + HeaderSize));
+        if(block == nullptr) return nullptr;
+        const uint8_t new_distance = get_distance(block);
+        if(new_distance != distance) memmove(block + new_distance, block + distance, used);
+    }
+    counters.memory_usage += int64_t(new_bytes) - int64_t(old_bytes);
     return write_header(block, TypeArray);
 }
 

@@ -53,6 +53,18 @@ public:
         free_array(ptr, sizeof(Type) * count);
     }
 
+    /// Grows or shrinks an array of plain elements, of which the first \p used are kept and the others not set. Cheaper
+    /// than two calls. Null for want of memory leaves the old array allocated.
+    template<class Type> static Type *reallocateArray(Type *ptr, size_t old_count, size_t new_count, size_t used) {
+        static_assert(std::is_trivially_copyable_v<Type> && std::is_trivially_default_constructible_v<Type>,
+                      "only plain elements move as bytes");
+        if(ptr == nullptr) return allocate<Type>(new_count);
+        if(new_count == 0 || new_count > (SIZE_MAX - Alignment) / sizeof(Type)) return nullptr;
+        KOLM_ASSERT(used <= old_count && used <= new_count && "Allocator::reallocateArray(): invalid size");
+        return static_cast<Type *>(
+            reallocate_array(ptr, sizeof(Type) * old_count, sizeof(Type) * new_count, sizeof(Type) * used));
+    }
+
     /// Bytes that are allocated now.
     static size_t getMemory() { return size_t(int64_t(counters.memory_usage)); }
     /// Blocks that are allocated now.
@@ -67,6 +79,7 @@ protected:
     static Counters counters;
 
     static void *allocate_array(size_t bytes);
+    static void *reallocate_array(void *ptr, size_t old_bytes, size_t new_bytes, size_t used);
     static void check_array(const void *ptr, size_t bytes);
     static void free_array(const void *ptr, size_t bytes);
 };

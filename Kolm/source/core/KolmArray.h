@@ -376,6 +376,17 @@ private:
     }
     // Moves to a new owned block of \p capacity slots.
     __attribute__((noinline)) void grow(uint32_t capacity, bool discard) {
+        if constexpr(std::is_trivially_copyable_v<Type> && std::is_trivially_default_constructible_v<Type>) {
+            if(impl.capacity & OwnerBit) {
+                const uint32_t used = discard ? 0 : min(impl.length, capacity);
+                Type *data =
+                    Alloc::template reallocateArray<Type>(impl.data, impl.capacity & MaxCapacity, capacity, used);
+                if(data == nullptr) release_owned();
+                impl.data = data;
+                impl.capacity = capacity | OwnerBit;
+                return;
+            }
+        }
         Type *data = Alloc::template allocate<Type>(capacity);
         if(!discard && impl.length) {
             const uint32_t length = min(impl.length, capacity);
