@@ -17,8 +17,11 @@
 #include <core/OstrevanFunction.h>
 #include <core/OstrevanLog.h>
 #include <core/OstrevanMap.h>
+#include <core/OstrevanNodePool.h>
 #include <core/OstrevanParser.h>
 #include <core/OstrevanSet.h>
+#include <core/OstrevanSort.h>
+#include <core/OstrevanSortMask.h>
 #include <core/OstrevanSource.h>
 #include <core/OstrevanStream.h>
 #include <core/OstrevanString.h>

@@ -7,7 +7,6 @@
 #include "KolmHeapPool.h"
 #include "KolmMap.h"
 #include "KolmSet.h"
-#include "KolmSort.h"
 
 #include <algorithm>
 #include <gtest/gtest.h>
@@ -298,33 +297,6 @@ TEST(Map, absent_key_ends_the_process) {
     EXPECT_EQ(map.size(), 1u);
     EXPECT_EQ(map[1], 2);
     EXPECT_DEATH(map[2] = 0, "Map::operator\\[\\]\\(\\): invalid key");
-}
-
-TEST(QuickSort, follows_std_sort) {
-    static const struct {
-        const char *name;
-        uint32_t (*value)(uint32_t i, uint32_t size, std::mt19937 &random);
-    } orders[] = {
-        {"random", [](uint32_t, uint32_t, std::mt19937 &random) { return uint32_t(random()); }},
-        {"few values", [](uint32_t, uint32_t, std::mt19937 &random) { return uint32_t(random() % 3); }},
-        {"all equal", [](uint32_t, uint32_t, std::mt19937 &) { return 5u; }},
-        {"ascending", [](uint32_t i, uint32_t, std::mt19937 &) { return i; }},
-        {"descending", [](uint32_t i, uint32_t size, std::mt19937 &) { return size - i; }},
-        {"organ pipe", [](uint32_t i, uint32_t size, std::mt19937 &) { return std::min(i, size - i); }},
-    };
-    std::mt19937 random(3);
-    for(const auto &order : orders) {
-        for(uint32_t size : {0u, 1u, 2u, 3u, 10u, 1000u, 50000u}) {
-            std::vector<uint32_t> keys(size), values(size);
-            for(uint32_t i = 0; i < size; i++) keys[i] = values[i] = order.value(i, size, random);
-            std::vector<uint32_t> sorted = keys, pairs = keys;
-            std::sort(sorted.begin(), sorted.end());
-            quickSort(keys.data(), size);
-            EXPECT_EQ(keys, sorted) << order.name << " " << size;
-            quickSort(pairs.data(), values.data(), size);
-            EXPECT_EQ(values, sorted) << order.name << " " << size;
-        }
-    }
 }
 
 TEST(HeapPool, gives_best_fits) {

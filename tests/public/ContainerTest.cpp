@@ -1,6 +1,7 @@
 // The public containers against those of the standard library, by random operations; functions, owned pointers and the
 // allocator's guards.
 
+#include <algorithm>
 #include <core/OstrevanArray.h>
 #include <core/OstrevanAtomic.h>
 #include <core/OstrevanAutoPtr.h>
@@ -8,6 +9,7 @@
 #include <core/OstrevanFunction.h>
 #include <core/OstrevanMap.h>
 #include <core/OstrevanSet.h>
+#include <core/OstrevanSort.h>
 #include <gtest/gtest.h>
 #include <map>
 #include <random>
@@ -265,4 +267,30 @@ TEST(PublicAtomic, locks_and_counts) {
     EXPECT_EQ(plain, 40000);
     EXPECT_FALSE(lock);
     EXPECT_TRUE(atomic.cas(40000, 1) && !atomic.cas(40000, 2));
+    int items[8];
+    AtomicPtr<int> ptr(items);
+    EXPECT_TRUE(ptr++ == items && ++ptr == items + 2 && (ptr += 5) == items + 7 && (ptr -= 6) == items + 1);
+    EXPECT_TRUE((ptr |= 1) != items + 1 && (ptr &= ~uintptr_t(1)) == items + 1 && --ptr == items);
+}
+
+TEST(PublicSort, sorts_numbers_texts_and_records) {
+    std::mt19937 random(5);
+    for(const uint32_t size : {0u, 1u, 2u, 50u, 3000u}) {
+        std::vector<uint32_t> keys(size), records;
+        std::vector<std::string> texts(size);
+        for(uint32_t i = 0; i < size; i++) {
+            keys[i] = random() % 1000;
+            texts[i] = std::to_string(keys[i]);
+            records.insert(records.end(), {keys[i], ~keys[i]});
+        }
+        std::vector<uint32_t> sorted = keys;
+        quickSort(keys.data(), texts.data(), size);
+        std::sort(sorted.begin(), sorted.end());
+        EXPECT_EQ(keys, sorted);
+        for(uint32_t i = 0; i < size; i++) ASSERT_EQ(texts[i], std::to_string(keys[i]));
+        quickSort(records.data(), size, 8);
+        for(uint32_t i = 0; i < size; i++) ASSERT_TRUE(records[i * 2] == sorted[i] && records[i * 2 + 1] == ~sorted[i]);
+        quickSort(texts.data(), size);
+        EXPECT_TRUE(std::is_sorted(texts.begin(), texts.end()));
+    }
 }

@@ -3,10 +3,12 @@
 // The tree is of AVL kind with slightly loose heights: a rotation lowers the height of the node that sinks by exactly
 // one and leaves that of the node that rises, so a stored height can exceed the true one by one until the walk above
 // recomputes it. The shape, and with it the order of iteration over equal work, rests on this arithmetic.
+//
+// Each tree has memory of its own for its nodes.
 
 #pragma once
 
-#include "KolmAllocator.h"
+#include "KolmNodePool.h"
 
 namespace Kolm {
 
@@ -14,14 +16,15 @@ namespace Kolm {
 /// before the key, positive if behind it, 0 if they are the same.
 template<class Type, class Compare> class Tree {
 public:
-    struct Node : public Allocated {
-        explicit Node(const Type &data) : data(data) {}
-        explicit Node(Type &&data) : data(std::move(data)) {}
+    struct Node {
+        explicit Node(const Type &data) : height(0), stale(0), data(data) {}
+        explicit Node(Type &&data) : height(0), stale(0), data(std::move(data)) {}
 
         Node *left = nullptr;
         Node *right = nullptr;
         Node *parent = nullptr;
-        int32_t height = 0; // 0 for a leaf
+        int32_t height : 31; // 0 for a leaf
+        uint32_t stale : 1;  // a rotation left the height as it was: the next walk may change it
         Type data;
     };
 
@@ -83,10 +86,15 @@ public:
     }
 
     void clear() {
-        remove_nodes(impl.root);
+        if constexpr(!std::is_trivially_destructible_v<Type>) destroy_nodes(impl.root);
         impl = TreeImpl();
+        release_nodes();
     }
-    void swap(Tree &tree) { Kolm::swap(impl, tree.impl); }
+    void swap(Tree &tree) {
+        Kolm::swap(impl, tree.impl);
+        arena.swap(tree.arena);
+        nodes.swap(tree.nodes);
+    }
     void copy(const Tree &tree) {
         if(this == &tree) return;
         clear();
@@ -110,8 +118,8 @@ public:
 
     bool empty() const { return impl.length == 0; }
     explicit operator bool() const { return impl.length != 0; }
-    /// Bytes of all nodes.
-    size_t memory() const { return sizeof(Node) * impl.length; }
+    /// Bytes of all nodes, with those that wait to be used again.
+    size_t memory() const { return arena.memory(); }
     uint32_t size() const { return impl.length; }
 
     template<class Key> Iterator find(const Key &key) { return Iterator(find_node(key)); }
@@ -145,6 +153,24 @@ private:
         uint32_t length = 0;
     };
     TreeImpl impl;
+    NodeArena<> arena;
+    NodeList<sizeof(Node), alignof(Node)> nodes;
+
+    template<class Data> Node *create_node(Data &&data) {
+        return new(nodes.allocate(arena)) Node(std::forward<Data>(data));
+    }
+    void delete_node(Node *node) {
+        node->~Node();
+        // An empty tree holds no memory.
+        if(impl.length)
+            nodes.free(node);
+        else
+            release_nodes();
+    }
+    void release_nodes() {
+        arena.release();
+        nodes.clear();
+    }
 
     template<class N> static N *leftmost(N *node) {
         while(node && node->left) node = node->left;
@@ -168,7 +194,6 @@ private:
     }
 
     static int32_t get_height(const Node *node) { return node ? node->height : -1; }
-    static void update_height(Node *node) { node->height = 1 + max(get_height(node->left), get_height(node->right)); }
     static int32_t get_balance(const Node *node) { return get_height(node->left) - get_height(node->right); }
     static uint32_t get_depth(const Node *node) {
         return node ? 1 + max(get_depth(node->left), get_depth(node->right)) : 0;
@@ -193,6 +218,7 @@ private:
         child->left = node;
         node->parent = child;
         node->height -= 1;
+        node->stale = child->stale = 1;
         return child;
     }
     Node *rotate_right(Node *node) {
@@ -203,21 +229,31 @@ private:
         child->right = node;
         node->parent = child;
         node->height -= 1;
+        node->stale = child->stale = 1;
         return child;
     }
-    // Walks to the root without stopping early.
+    // Walks from a node with a changed child to the root without stopping early. Where neither a child has changed nor
+    // a rotation has left the node stale, the step would find what it found last time: it is skipped, and the other
+    // child, which is far away in memory, is not read.
     void rebalance(Node *node) {
-        while(node) {
-            update_height(node);
-            const int32_t balance = get_balance(node);
-            if(balance >= 2) {
+        bool is_changed = true;
+        for(; node; node = node->parent) {
+            if(!is_changed && !node->stale) continue;
+            const int32_t left = get_height(node->left);
+            const int32_t right = get_height(node->right);
+            const int32_t height = 1 + max(left, right);
+            is_changed = (node->height != height);
+            node->height = height;
+            node->stale = 0;
+            if(left - right >= 2) {
                 if(get_balance(node->left) < 0) rotate_left(node->left);
                 node = rotate_right(node);
-            } else if(balance <= -2) {
+                is_changed = true;
+            } else if(left - right <= -2) {
                 if(get_balance(node->right) > 0) rotate_right(node->right);
                 node = rotate_left(node);
+                is_changed = true;
             }
-            node = node->parent;
         }
     }
 
@@ -225,8 +261,9 @@ private:
         Node *node = impl.root;
         while(node) {
             const int32_t ret = Compare::compare(node->data, key);
+            Node *next = (ret < 0) ? node->right : node->left;
             if(ret == 0) break;
-            node = (ret < 0) ? node->right : node->left;
+            node = next;
         }
         return node;
     }
@@ -255,7 +292,7 @@ private:
             parent = node;
             node = (ret < 0) ? node->right : node->left;
         }
-        Node *node = new Node(std::forward<Data>(data));
+        Node *node = create_node(std::forward<Data>(data));
         node->parent = parent;
         if(parent == nullptr)
             impl.root = node;
@@ -281,26 +318,28 @@ private:
             if(other->left) other->left->parent = other;
             if(other->right) other->right->parent = other;
             other->height = node->height;
+            other->stale = node->stale;
         } else {
             lowest = node->parent;
             replace_link(node, node->left ? node->left : node->right);
         }
-        delete node;
         impl.length -= 1;
+        delete_node(node);
         rebalance(lowest);
         return true;
     }
 
-    static void remove_nodes(Node *node) {
+    static void destroy_nodes(Node *node) {
         if(node == nullptr) return;
-        remove_nodes(node->left);
-        remove_nodes(node->right);
-        delete node;
+        destroy_nodes(node->left);
+        destroy_nodes(node->right);
+        node->~Node();
     }
-    static Node *copy_nodes(const Node *src, Node *parent) {
+    Node *copy_nodes(const Node *src, Node *parent) {
         if(src == nullptr) return nullptr;
-        Node *node = new Node(src->data);
+        Node *node = create_node(src->data);
         node->height = src->height;
+        node->stale = src->stale;
         node->parent = parent;
         node->left = copy_nodes(src->left, node);
         node->right = copy_nodes(src->right, node);
