@@ -9,19 +9,27 @@
 
 /// Runs \p ours and \p peer by turns and reports the median time of each and ours / peer; lower is better.
 /// \p bytes, if not 0, is what one call works on, for the throughput of both.
-template<class Ours, class Peer> void compare(benchmark::State &state, Ours ours, Peer peer, double bytes = 0.0) {
+/// \p prepare_ours and \p prepare_peer run before each call and are not measured.
+template<class Ours, class Peer, class PrepareOurs, class PreparePeer>
+void compare(benchmark::State &state, Ours ours, Peer peer, double bytes, PrepareOurs prepare_ours,
+             PreparePeer prepare_peer) {
     using Clock = std::chrono::steady_clock;
     std::vector<double> ours_times, peer_times;
+    prepare_ours();
     ours();
+    prepare_peer();
     peer();
     for(auto _ : state) {
+        prepare_ours();
         const auto t0 = Clock::now();
         ours();
         const auto t1 = Clock::now();
-        peer();
+        prepare_peer();
         const auto t2 = Clock::now();
+        peer();
+        const auto t3 = Clock::now();
         ours_times.push_back(std::chrono::duration<double>(t1 - t0).count());
-        peer_times.push_back(std::chrono::duration<double>(t2 - t1).count());
+        peer_times.push_back(std::chrono::duration<double>(t3 - t2).count());
         state.SetIterationTime(ours_times.back());
     }
     const auto median = [](std::vector<double> &times) {
@@ -37,6 +45,10 @@ template<class Ours, class Peer> void compare(benchmark::State &state, Ours ours
         state.counters["ours_MB/s"] = bytes / ours_time * 1e-6;
         state.counters["peer_MB/s"] = bytes / peer_time * 1e-6;
     }
+}
+template<class Ours, class Peer> void compare(benchmark::State &state, Ours ours, Peer peer, double bytes = 0.0) {
+    compare(
+        state, ours, peer, bytes, [] {}, [] {});
 }
 
 /// The same for work that has no peer: reports calls per second of one unit of work.
