@@ -62,32 +62,25 @@ public:
         return true;
     }
 
-    // A short sequence: up to 14 literals, of which 16 bytes can be read, and a match of up to 18 bytes that lies at
-    // least 8 bytes back. Both may write into the slack; what passed the end is written again by what follows.
-    bool appendShort(const uint8_t *src, size_t size, size_t offset, size_t match) {
-        uint8_t *ptr = data + length;
-        memcpy(ptr, src, 16);
-        ptr += size;
-        memcpy(ptr, ptr - offset, 8);
-        memcpy(ptr + 8, ptr - offset + 8, 8);
-        memcpy(ptr + 16, ptr - offset + 16, 2);
-        return advance(size + match);
-    }
+    // For a decoder that writes in place: where the next byte goes, and how far it may go before advance(). Behind that
+    // are window_size bytes and the slack.
+    uint8_t *begin() { return data; }
+    uint8_t *end() { return data + length; }
+    uint8_t *getLimit() { return data + limit; }
+    bool advanceTo(uint8_t *ptr) { return advance(size_t(ptr - data) - length); }
 
     bool repeat(size_t offset, size_t size) {
         while(size) {
             const size_t num = min(size, window_size);
-            copy_match(data + length, offset, num);
+            copyMatch(data + length, offset, num);
             if(!advance(num)) return false;
             size -= num;
         }
         return true;
     }
 
-    bool flush() { return is_mapped ? commit() : write(length); }
-
-private:
-    static void copy_match(uint8_t *ptr, size_t offset, size_t size) {
+    // \p size bytes that repeat what lies \p offset bytes back; up to 15 more may be written.
+    static void copyMatch(uint8_t *ptr, size_t offset, size_t size) {
         const uint8_t *src = ptr - offset;
         if(offset >= 16) {
             // Pieces never overlap themselves; the last may pass the end into the slack.
@@ -106,6 +99,9 @@ private:
         }
     }
 
+    bool flush() { return is_mapped ? commit() : write(length); }
+
+private:
     bool advance(size_t size) {
         length += size;
         return KOLM_LIKELY(length <= limit) || make_room();
@@ -150,6 +146,47 @@ bool read_length(const uint8_t *&src, const uint8_t *end, size_t &length) {
         length += byte;
     } while(byte == 255);
     return true;
+}
+
+// Sequences for which nothing is close to an end, the most of all: \p src is left in front of the first that is none
+// of these. Copies go by 16 bytes and write into the slack, where what follows is written again. False if the stream
+// takes no more.
+bool decode_fast(const uint8_t *&src, const uint8_t *end, Lz4Output &output) {
+    constexpr size_t max_length = Lz4Output::window_size / 4;
+    const uint8_t *const begin = output.begin();
+    const uint8_t *const limit = output.getLimit();
+    uint8_t *dest = output.end();
+    while(end - src >= 32 && dest <= limit) {
+        const uint8_t *ptr = src;
+        uint8_t *out = dest;
+        const uint32_t token = *ptr++;
+        size_t length = token >> 4;
+        memcpy(out, ptr, 16);
+        if(KOLM_UNLIKELY(length == 15)) {
+            if(!read_length(ptr, end, length) || length > max_length || size_t(end - ptr) < length + 32) break;
+            for(size_t i = 0; i < length; i += 16) memcpy(out + i, ptr + i, 16);
+        }
+        out += length;
+        ptr += length;
+        const size_t offset = size_t(ptr[0]) | size_t(ptr[1]) << 8;
+        ptr += 2;
+        length = token & 15;
+        if(length == 15 && (!read_length(ptr, end, length) || length > max_length)) break;
+        length += 4;
+        if(KOLM_UNLIKELY(offset - 1 >= size_t(out - begin))) break; // 0 as well
+        const uint8_t *match = out - offset;
+        if(KOLM_LIKELY(offset >= 16)) {
+            memcpy(out, match, 16);
+            for(size_t i = 16; i < length; i += 16) memcpy(out + i, match + i, 16);
+        } else if(offset >= 8) {
+            for(size_t i = 0; i < length; i += 8) memcpy(out + i, match + i, 8);
+        } else {
+            Lz4Output::copyMatch(out, offset, length);
+        }
+        dest = out + length;
+        src = ptr;
+    }
+    return output.advanceTo(dest);
 }
 
 } // namespace
@@ -229,22 +266,16 @@ size_t Stream::decodeLz4(Stream &src, size_t size, bool *status) {
     const uint8_t *ptr = input.get();
     const uint8_t *const end = ptr + input.size();
     while(error == nullptr) {
+        if(!decode_fast(ptr, end, output)) {
+            error = write_error;
+            break;
+        }
         if(ptr == end) {
             error = decompress_error; // a match must not be the last thing
             break;
         }
         const uint8_t token = *ptr++;
-
         size_t length = token >> 4;
-        if(token < 0xF0 && (token & 15) < 15 && end - ptr >= 18) {
-            // The common case, with nothing that could pass an end.
-            const size_t offset = size_t(ptr[length]) | size_t(ptr[length + 1]) << 8;
-            if(KOLM_LIKELY(offset >= 8 && offset <= output.size() + length)) {
-                if(!output.appendShort(ptr, length, offset, (token & 15) + 4)) error = write_error;
-                ptr += length + 2;
-                continue;
-            }
-        }
         if((length == 15 && !read_length(ptr, end, length)) || size_t(end - ptr) < length) {
             error = decompress_error;
             break;
