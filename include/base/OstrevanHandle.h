@@ -70,7 +70,7 @@
 // Each class of a chain has a record of its own, typed for its own object. OSTREVAN_LEAF_HANDLE declares the same for
 // classes from which none derives: they have no virtual members, and the record stands at the start of the handle.
 //
-// The state of a handle, and who deletes what, is told in docs/handles.md.
+// The state of a handle, and who deletes what, is told in docs/foundation.md.
 
 #pragma once
 

@@ -8,8 +8,9 @@ namespace Ostrevan {
 
 /// Growable byte stream in memory. Copies of the handle share the bytes; clonePtr() copies them.
 ///
-/// A blob is false, and not opened, until its first use: an unused blob may be handed to a function that fills it. Writing in the middle overwrites, writing at the end extends. When memory runs out, write() returns 0
-/// and the setters return false; the content stays.
+/// A blob is false, and not opened, until its first use: an unused blob may be handed to a function that fills it.
+/// Writing in the middle overwrites, writing at the end extends. When memory runs out, write() returns 0 and the setters
+/// return false; the content stays.
 class OSTREVAN_API Blob : public Stream {
     OSTREVAN_HANDLE(Blob)
 public:
