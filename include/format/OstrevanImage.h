@@ -248,8 +248,9 @@ public:
     Image getRotated(int32_t turns, const Slice &slice) const;
     Image getRotated(int32_t turns) const { return getRotated(turns, getSlice()); }
 
-    /// Converts the pixels; docs/images.md tells which pairs of formats convert and how.
-    Image toFormat(Format format, Flags flags = FlagNone) const;
+    /// Converts the pixels; docs/images.md tells which pairs of formats convert and how. Block formats are coded on the
+    /// workers of \p async, if there is one; the bytes are the same.
+    Image toFormat(Format format, Flags flags = FlagNone, Async *async = nullptr) const;
 
     /// Resampled level 0 of 2D and cube images of plain colour formats up to 32 bits, others with FilterPoint only.
     /// A width or height of 0 keeps the proportions. If the image has a level of exactly this size, the result is a

@@ -1,5 +1,6 @@
 // Forwarding of the image class.
 
+#include "OstrevanAsyncKolm.h"
 #include "OstrevanImageKolm.h"
 #include "OstrevanStreamKolm.h"
 #include "OstrevanStringKolm.h"
@@ -199,8 +200,8 @@ Image Image::getComponent(uint32_t index) const { return get_result(impl().ref()
 Image Image::getRotated(int32_t turns, const Slice &slice) const {
     return get_result(impl().ref().getRotated(turns, getCore(slice)));
 }
-Image Image::toFormat(Format format, Flags flags) const {
-    return get_result(impl().ref().toFormat(getCore(format), getCore(flags)));
+Image Image::toFormat(Format format, Flags flags, Async *async) const {
+    return get_result(impl().ref().toFormat(getCore(format), getCore(flags), getAsync(async)));
 }
 Image Image::getResized(const Size &size, Filter min_filter, Filter mag_filter, Flags flags) const {
     return get_result(impl().ref().getResized(getCore(size), getCore(min_filter), getCore(mag_filter), getCore(flags)));

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <string>
 
+#include <core/OstrevanAsync.h>
 #include <core/OstrevanBlob.h>
 #include <core/OstrevanLog.h>
 #include <core/OstrevanString.h>
@@ -134,4 +135,7 @@ TEST(PublicImage, blocks) {
     const Image blocks = make_ramp(8, 8).toFormat(FormatBC7RGBAu8n, Image::FlagFast);
     EXPECT_EQ(blocks.getDataSize(), 64u);
     EXPECT_EQ(blocks.toFormat(FormatRGBAu8n).getSize(), Size(8, 8));
+    Async async;
+    ASSERT_TRUE(async.init());
+    EXPECT_EQ(make_ramp(8, 8).toFormat(FormatBC7RGBAu8n, Image::FlagFast, &async).compare(blocks), 0);
 }
