@@ -2,14 +2,19 @@
 
 #include "Compare.h"
 
+#if __has_include(<stb/stb_image_resize.h>)
+#define OSTREVAN_STB
 #define STB_IMAGE_RESIZE_IMPLEMENTATION
 #define STB_IMAGE_RESIZE_STATIC
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wunused-function"
 #include <stb/stb_image_resize.h>
 #pragma GCC diagnostic pop
+#endif
 
+#ifdef OSTREVAN_YUV
 #include <libyuv/scale_argb.h>
+#endif
 
 #include <cstring>
 #include <vector>
@@ -30,6 +35,7 @@ Image make_image(Format format, uint32_t width, uint32_t height) {
     return image;
 }
 
+#ifdef OSTREVAN_STB
 void resize_stb(const Image &src, std::vector<uint8_t> &dst, uint32_t width, uint32_t height, stbir_filter filter) {
     dst.resize(size_t(width) * height * 4);
     stbir_resize_uint8_generic(src.getData(), int(src.getWidth()), int(src.getHeight()), 0, dst.data(), int(width),
@@ -44,7 +50,9 @@ void against_stb(benchmark::State &state, Image::Filter filter, stbir_filter stb
         state, [&] { benchmark::DoNotOptimize(image.getResized(to, filter, filter).getData()); },
         [&] { resize_stb(image, dst, to.width, to.height, stb); });
 }
+#endif
 
+#ifdef OSTREVAN_YUV
 void against_libyuv(benchmark::State &state, Image::Filter filter, libyuv::FilterMode mode, Size from, Size to) {
     const Image image = make_image(FormatRGBAu8n, from.width, from.height);
     std::vector<uint8_t> dst(size_t(to.width) * to.height * 4);
@@ -55,6 +63,7 @@ void against_libyuv(benchmark::State &state, Image::Filter filter, libyuv::Filte
                               int(to.width * 4), int(to.width), int(to.height), mode);
         });
 }
+#endif
 
 void against_async(benchmark::State &state, Image::Filter filter, Image::Flags flags, Size from, Size to) {
     const Image image = make_image(FormatRGBAu8n, from.width, from.height);
@@ -114,12 +123,16 @@ const Size large(4096, 4096), middle(1024, 1024), uhd(3840, 2160), hd(1920, 1080
 
 #define ROW(FUNC, NAME, ...) BENCHMARK_CAPTURE(FUNC, NAME, __VA_ARGS__)->UseManualTime()->Unit(benchmark::kMillisecond)
 
+#ifdef OSTREVAN_YUV
 ROW(against_libyuv, box_4096_1024, Image::FilterBox, libyuv::kFilterBox, large, middle);
 ROW(against_libyuv, box_4k_1080p, Image::FilterBox, libyuv::kFilterBox, uhd, hd);
 ROW(against_libyuv, linear_1024_4096, Image::FilterLinear, libyuv::kFilterBilinear, middle, large);
+#endif
+#ifdef OSTREVAN_STB
 ROW(against_stb, box_4096_1024, Image::FilterBox, STBIR_FILTER_BOX, large, middle);
 ROW(against_stb, cubic_1024_4096, Image::FilterCubic, STBIR_FILTER_CATMULLROM, middle, large);
 ROW(against_stb, sinc_4k_1080p_to_cubic, Image::FilterSinc, STBIR_FILTER_CATMULLROM, uhd, hd);
+#endif
 ROW(against_memory, point, FormatRGBAu8n, Image::FilterPoint, uhd, hd);
 ROW(against_memory, box, FormatRGBAu8n, Image::FilterBox, uhd, hd);
 ROW(against_memory, max, FormatRGBAu8n, Image::FilterMax, uhd, hd);

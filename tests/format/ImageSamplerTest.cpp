@@ -75,6 +75,10 @@ TEST(ImageSampler, colors_are_scaled_by_format) {
     EXPECT_EQ(ImageColor(color, FormatRGf32).get(FormatRGf32), Color(1.0f, 0.5f, 0.0f, 1.0f));
     EXPECT_EQ(ImageColor(color, FormatBC1RGBu8n).get(FormatBC1RGBu8n), Color::zero);
 
+    EXPECT_EQ(ImageColor(float32x4_t(1.0f, 2.0f, 3.0f, 4.0f)).fv[2], 3.0f);
+    EXPECT_EQ(ImageColor(uint32x4_t(1, 2, 3, 4)).iv[3], 4);
+    EXPECT_EQ(ImageColor(float16_t(2.0f), float16_t(1.0f)).h.y(), float16_t::one);
+
     Image image;
     image.create2D(FormatRGBAu8n, 5, 3);
     ImageSampler sampler(image);
