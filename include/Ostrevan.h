@@ -53,11 +53,13 @@
 #include <math/OstrevanVector.h>
 #include <platform/OstrevanBuffer.h>
 #include <platform/OstrevanBufferTable.h>
+#include <platform/OstrevanCommand.h>
 #include <platform/OstrevanCompute.h>
 #include <platform/OstrevanContext.h>
 #include <platform/OstrevanDevice.h>
 #include <platform/OstrevanFence.h>
 #include <platform/OstrevanKernel.h>
+#include <platform/OstrevanPipeline.h>
 #include <platform/OstrevanPlatform.h>
 #include <platform/OstrevanQuery.h>
 #include <platform/OstrevanSampler.h>
@@ -68,6 +70,7 @@
 #include <platform/OstrevanTexture.h>
 #include <platform/OstrevanTextureTable.h>
 #include <platform/OstrevanTracing.h>
+#include <platform/OstrevanTraversal.h>
 #include <platform/OstrevanVK.h>
 #include <platform/OstrevanVKBuffer.h>
 #include <platform/OstrevanVKContext.h>

@@ -9,6 +9,7 @@
 #include <core/OstrevanArray.h>
 #include <format/OstrevanFormat.h>
 #include <format/OstrevanSize.h>
+#include <format/OstrevanSlice.h>
 #include <platform/OstrevanPlatform.h>
 
 namespace Ostrevan {
@@ -55,6 +56,58 @@ public:
     /// Binds at once. The slots' contents stay; the same kernel again changes nothing; an empty handle unbinds.
     void setKernel(const Kernel &kernel);
     Kernel getKernel() const;
+
+    // samplers and textures; without a slice it is all of the texture. An empty handle empties the slot
+    void setSampler(uint32_t index, const Sampler &sampler);
+    void setSamplers(uint32_t index, const std::initializer_list<Sampler> &samplers);
+    void setSamplers(uint32_t index, const Array<Sampler> &samplers);
+    void setTexture(uint32_t index, const Texture &texture);
+    void setTextures(uint32_t index, const std::initializer_list<Texture> &textures);
+    void setTextures(uint32_t index, const Array<Texture> &textures);
+    void setTexture(uint32_t index, const Texture &texture, const Slice &slice);
+    // storage images: one level of a texture with FlagSurface, the first without a slice. The shader may see another
+    // format of the same pixel size
+    void setSurfaceTexture(uint32_t index, const Texture &texture);
+    void setSurfaceTextures(uint32_t index, const std::initializer_list<Texture> &textures);
+    void setSurfaceTextures(uint32_t index, const Array<Texture> &textures);
+    void setSurfaceTexture(uint32_t index, const Texture &texture, const Slice &slice, Format format = FormatUnknown);
+    // acceleration structures of instances, and tables of the size that their slot has
+    void setTracing(uint32_t index, const Tracing &tracing);
+    void setTracings(uint32_t index, const std::initializer_list<Tracing> &tracings);
+    void setTracings(uint32_t index, const Array<Tracing> &tracings);
+    void setTextureTable(uint32_t index, const TextureTable &table);
+    void setTextureTables(uint32_t index, const std::initializer_list<TextureTable> &tables);
+    void setTextureTables(uint32_t index, const Array<TextureTable> &tables);
+    void setStorageTable(uint32_t index, const BufferTable &table);
+    void setStorageTables(uint32_t index, const std::initializer_list<BufferTable> &tables);
+    void setStorageTables(uint32_t index, const Array<BufferTable> &tables);
+    /// Measures the work in between. False if the reason was logged.
+    bool beginQuery(const Query &query);
+    void endQuery(const Query &query);
+
+    // ray tracing; a traversal takes the place of a kernel, and dispatch() takes numbers of rays then
+    void setTraversal(const Traversal &traversal);
+    Traversal getTraversal() const;
+    /// One thread for each pixel of the first level.
+    void dispatch(const Texture &texture);
+
+    // transfers of textures at this place in the order of work; see Device for their arguments
+    bool setTexture(const Texture &texture, const Origin &origin, const Slice &dest_slice, const Image &image,
+                    const Slice &image_slice);
+    bool setTexture(const Texture &texture, const Origin &origin, const Image &image);
+    bool setTexture(const Texture &texture, const Image &image);
+    bool copyTexture(const Texture &dest, const Origin &origin, const Slice &dest_slice, const Texture &src,
+                     const Region &region, const Slice &src_slice);
+    bool copyTexture(const Texture &dest, const Origin &origin, const Texture &src, const Region &region);
+    bool copyTexture(const Texture &dest, const Slice &dest_slice, const Texture &src, const Slice &src_slice);
+    bool copyTexture(const Texture &dest, const Texture &src);
+    bool clearTexture(const Texture &texture, const Region &region, const Slice &slice, const void *value);
+    bool clearTexture(const Texture &texture, const Region &region, const void *value);
+    bool clearTexture(const Texture &texture, const Slice &slice, const void *value);
+    bool clearTexture(const Texture &texture, const void *value = nullptr);
+    void barrier(const Texture &texture);
+    void barrier(const std::initializer_list<Texture> &textures);
+    void barrier(const Array<Texture> &textures);
 
     // uniform slots. Data lives until the frame's work ran.
     /// Transient memory bound to the slot, to be filled before the next call, or null.

@@ -14,9 +14,11 @@
 #include <format/OstrevanSlice.h>
 #include <platform/OstrevanBuffer.h>
 #include <platform/OstrevanBufferTable.h>
+#include <platform/OstrevanCommand.h>
 #include <platform/OstrevanCompute.h>
 #include <platform/OstrevanFence.h>
 #include <platform/OstrevanKernel.h>
+#include <platform/OstrevanPipeline.h>
 #include <platform/OstrevanPlatform.h>
 #include <platform/OstrevanQuery.h>
 #include <platform/OstrevanSampler.h>
@@ -25,6 +27,7 @@
 #include <platform/OstrevanTexture.h>
 #include <platform/OstrevanTextureTable.h>
 #include <platform/OstrevanTracing.h>
+#include <platform/OstrevanTraversal.h>
 
 namespace Ostrevan {
 
@@ -191,9 +194,20 @@ public:
     Kernel createKernel();
     Kernel createKernel(const Kernel &kernel);
     void releaseKernel(const Kernel &kernel);
+    /// Pipeline and traversal, likewise.
+    Pipeline createPipeline();
+    Pipeline createPipeline(const Pipeline &pipeline);
+    void releasePipeline(const Pipeline &pipeline);
+    Traversal createTraversal();
+    Traversal createTraversal(const Traversal &traversal);
+    void releaseTraversal(const Traversal &traversal);
 
     /// Recorder of compute work. One recorder at a time; the last handle ends the recording.
     Compute createCompute();
+    /// Recorder of draws into an enabled target; its last handle has to go before Target::end().
+    Command createCommand(const Target &target);
+    /// Secondary recorder of a command device, whose work execute() runs inside a target of the parent.
+    Command createCommand();
 
     // buffer operations
     /// Bytes may be freed on return. Commands recorded later see them.

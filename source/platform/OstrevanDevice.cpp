@@ -6,10 +6,12 @@
 #include "KolmCompute.h"
 #include "OstrevanBufferKolm.h"
 #include "OstrevanBufferTableKolm.h"
+#include "OstrevanCommandKolm.h"
 #include "OstrevanComputeKolm.h"
 #include "OstrevanContextKolm.h"
 #include "OstrevanFenceKolm.h"
 #include "OstrevanKernelKolm.h"
+#include "OstrevanPipelineKolm.h"
 #include "OstrevanQueryKolm.h"
 #include "OstrevanSamplerKolm.h"
 #include "OstrevanShaderKolm.h"
@@ -19,6 +21,7 @@
 #include "OstrevanTextureKolm.h"
 #include "OstrevanTextureTableKolm.h"
 #include "OstrevanTracingKolm.h"
+#include "OstrevanTraversalKolm.h"
 #include "OstrevanUtilsKolm.h"
 
 namespace Ostrevan {
@@ -182,6 +185,26 @@ Kernel Device::createKernel(const Kernel &kernel) {
     return TS<Kernel>(impl().ref().createKernel(getCore<Kolm::Kernel *>(kernel)), true);
 }
 void Device::releaseKernel(const Kernel &kernel) { impl().ref().releaseKernel(getCore<Kolm::Kernel *>(kernel)); }
+
+Pipeline Device::createPipeline() { return TS<Pipeline>(impl().ref().createPipeline(), true); }
+Pipeline Device::createPipeline(const Pipeline &pipeline) {
+    return TS<Pipeline>(impl().ref().createPipeline(getCore<Kolm::Pipeline *>(pipeline)), true);
+}
+void Device::releasePipeline(const Pipeline &pipeline) {
+    impl().ref().releasePipeline(getCore<Kolm::Pipeline *>(pipeline));
+}
+Traversal Device::createTraversal() { return TS<Traversal>(impl().ref().createTraversal(), true); }
+Traversal Device::createTraversal(const Traversal &traversal) {
+    return TS<Traversal>(impl().ref().createTraversal(getCore<Kolm::Traversal *>(traversal)), true);
+}
+void Device::releaseTraversal(const Traversal &traversal) {
+    impl().ref().releaseTraversal(getCore<Kolm::Traversal *>(traversal));
+}
+
+Command Device::createCommand(const Target &target) {
+    return TS<Command>(impl().ref().createCommand(getCore<Kolm::Target *>(target)), true);
+}
+Command Device::createCommand() { return TS<Command>(impl().ref().createCommand(), true); }
 
 Compute Device::createCompute() { return TS<Compute>(impl().ref().createCompute(), true); }
 
