@@ -148,6 +148,8 @@ TYPED_TEST(HandleTest, objects_live_as_long_as_their_handles) {
         {
             TypeMaker maker;
             Type a = maker.make();
+            // A backend that lacks the class says so in the log.
+            if(std::is_base_of_v<Objects, TypeMaker> && !a) return this->expect_empty(a, true);
             const bool owner = a.isOwnerPtr(); // views of what another handle owns do not
             const auto expect_object = [&](const Type &handle, uint32_t count) {
                 EXPECT_TRUE(handle && handle.isValidPtr());
