@@ -10,8 +10,8 @@
 
 namespace Ostrevan {
 
-/// Array of storage buffers, made by Device::createBufferTable(). A table lives long: it is filled through Device, and bound as a
-/// whole. What it does not own has to outlive its use.
+/// Array of storage buffers, made by Device::createBufferTable(). A table lives long: it is filled through Device, and
+/// bound as a whole. What it does not own has to outlive its use.
 class OSTREVAN_API BufferTable {
     OSTREVAN_HANDLE(BufferTable)
 public:

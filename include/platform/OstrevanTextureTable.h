@@ -10,8 +10,8 @@
 
 namespace Ostrevan {
 
-/// Array of textures of one type, made by Device::createTextureTable(). A table lives long: it is filled through Device, and bound as a
-/// whole. What it does not own has to outlive its use.
+/// Array of textures of one type, made by Device::createTextureTable(). A table lives long: it is filled through Device, and
+/// bound as a whole. What it does not own has to outlive its use.
 class OSTREVAN_API TextureTable {
     OSTREVAN_HANDLE(TextureTable)
 public:
