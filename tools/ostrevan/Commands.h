@@ -10,7 +10,7 @@ enum ExitCode {
 };
 
 /// \p argv[0] is the command's own name.
-using Command = int (*)(int argc, char **argv);
+using CommandFunction = int (*)(int argc, char **argv);
 
 int infoCommand(int argc, char **argv);
 int shaderCommand(int argc, char **argv);

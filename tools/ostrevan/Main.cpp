@@ -12,7 +12,7 @@ using namespace Ostrevan;
 
 static const struct {
     const char *name;
-    Command run;
+    CommandFunction run;
     const char *text;
 } commands[] = {
     {"info", infoCommand, "version, adapters, their features and limits"},
