@@ -14,6 +14,7 @@ namespace Ostrevan {
 
 /// Pixels of a 2D, 3D or cube image with layers and mipmaps. One image belongs to one caller at a time.
 /// Bad data and images that an operation does not take are logged, and give false or an empty handle.
+/// Operations with an Async spread their work over its workers and return when it is done; the results are the same.
 /// Copies of the handle share the pixels; clonePtr() copies them. The operators compare handles, compare() contents.
 ///
 /// Layout of the pixels, from outermost to innermost: layer, face, mipmap, depth slice, row, pixel or block.
@@ -102,12 +103,12 @@ public:
     /// Reads the description, or the image, of a file, or of what else a Source finds under the name. A named stream is
     /// told by the extension of its name, a nameless one by its first four bytes. \p offset is the handler's: for
     /// native files the first mipmap to take.
-    bool info(const char *name, Flags flags = FlagNone, uint32_t offset = 0);
-    bool info(const String &name, Flags flags = FlagNone, uint32_t offset = 0);
-    bool info(Stream &stream, Flags flags = FlagNone, uint32_t offset = 0);
-    bool load(const char *name, Flags flags = FlagNone, uint32_t offset = 0);
-    bool load(const String &name, Flags flags = FlagNone, uint32_t offset = 0);
-    bool load(Stream &stream, Flags flags = FlagNone, uint32_t offset = 0);
+    bool info(const char *name, Flags flags = FlagNone, uint32_t offset = 0, Async *async = nullptr);
+    bool info(const String &name, Flags flags = FlagNone, uint32_t offset = 0, Async *async = nullptr);
+    bool info(Stream &stream, Flags flags = FlagNone, uint32_t offset = 0, Async *async = nullptr);
+    bool load(const char *name, Flags flags = FlagNone, uint32_t offset = 0, Async *async = nullptr);
+    bool load(const String &name, Flags flags = FlagNone, uint32_t offset = 0, Async *async = nullptr);
+    bool load(Stream &stream, Flags flags = FlagNone, uint32_t offset = 0, Async *async = nullptr);
     /// Writes a file in the format of the name's extension. Expects an allocated image. \p quality, 0 to 100, is for
     /// formats that lose something.
     bool save(const char *name, Flags flags = FlagNone, uint32_t quality = 90) const;
@@ -248,8 +249,7 @@ public:
     Image getRotated(int32_t turns, const Slice &slice) const;
     Image getRotated(int32_t turns) const { return getRotated(turns, getSlice()); }
 
-    /// Converts the pixels; docs/images.md tells which pairs of formats convert and how. Block formats are coded on the
-    /// workers of \p async, if there is one; the bytes are the same.
+    /// Converts the pixels; docs/images.md tells which pairs of formats convert and how.
     Image toFormat(Format format, Flags flags = FlagNone, Async *async = nullptr) const;
 
     /// Resampled level 0 of 2D and cube images of plain colour formats up to 32 bits, others with FilterPoint only.
@@ -257,20 +257,23 @@ public:
     /// copy of it and those below. If one axis grows, \p mag_filter serves both: point, linear or cubic; otherwise
     /// \p min_filter: point, box, max, min or sinc, which is a Lanczos window of order 4. Another one ends the process.
     /// FlagGamma sums colours in linear light, by the fast power. Empty if the image can't be resized.
-    Image getResized(const Size &size, Filter min_filter, Filter mag_filter, Flags flags = FlagNone) const;
-    Image getResized(const Size &size, Flags flags = FlagNone) const {
-        return getResized(size, FilterBox, FilterLinear, flags);
+    Image getResized(const Size &size, Filter min_filter, Filter mag_filter, Flags flags = FlagNone,
+                     Async *async = nullptr) const;
+    Image getResized(const Size &size, Flags flags = FlagNone, Async *async = nullptr) const {
+        return getResized(size, FilterBox, FilterLinear, flags, async);
     }
 
     /// The image with a full chain, each level made of 2x2 texels of the one above, in 3D of 2x2x2. Takes point, box,
     /// max and min; other filters end the process, and so do packed formats with another filter than point. 8-bit sRGB
     /// is averaged in linear light. Empty if the image can't have mipmaps.
-    Image getMipmapped(Filter filter, Flags flags = FlagNone) const;
-    Image getMipmapped(Flags flags = FlagNone) const { return getMipmapped(FilterBox, flags); }
+    Image getMipmapped(Filter filter, Flags flags = FlagNone, Async *async = nullptr) const;
+    Image getMipmapped(Flags flags = FlagNone, Async *async = nullptr) const {
+        return getMipmapped(FilterBox, flags, async);
+    }
 
     /// A cube as a cross, or as an equirectangular panorama with FlagPanorama; and back. Without the flag a 2D image is
     /// taken by its proportions as a strip or a cross of faces. The result has one level. Empty if that fails.
-    Image toType(Type type, Flags flags = FlagNone) const;
+    Image toType(Type type, Flags flags = FlagNone, Async *async = nullptr) const;
 
     /// Orders by type, format, sizes and content: negative, 0 or positive.
     int32_t compare(const Image &image) const;

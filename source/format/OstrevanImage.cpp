@@ -37,23 +37,23 @@ bool Image::create(Type type, Format format, const Size &size, uint32_t layers, 
     return impl().ref().create(getCore(type), getCore(format), getCore(size), layers, getCore(flags));
 }
 
-bool Image::info(const char *name, Flags flags, uint32_t offset) {
-    return impl().ref().info(name, getCore(flags), offset);
+bool Image::info(const char *name, Flags flags, uint32_t offset, Async *async) {
+    return impl().ref().info(name, getCore(flags), offset, getAsync(async));
 }
-bool Image::info(const String &name, Flags flags, uint32_t offset) {
-    return impl().ref().info(getCoreString(name).get(), getCore(flags), offset);
+bool Image::info(const String &name, Flags flags, uint32_t offset, Async *async) {
+    return impl().ref().info(getCoreString(name).get(), getCore(flags), offset, getAsync(async));
 }
-bool Image::info(Stream &stream, Flags flags, uint32_t offset) {
-    return impl().ref().info(stream.impl().ref(), getCore(flags), offset);
+bool Image::info(Stream &stream, Flags flags, uint32_t offset, Async *async) {
+    return impl().ref().info(stream.impl().ref(), getCore(flags), offset, getAsync(async));
 }
-bool Image::load(const char *name, Flags flags, uint32_t offset) {
-    return impl().ref().load(name, getCore(flags), offset);
+bool Image::load(const char *name, Flags flags, uint32_t offset, Async *async) {
+    return impl().ref().load(name, getCore(flags), offset, getAsync(async));
 }
-bool Image::load(const String &name, Flags flags, uint32_t offset) {
-    return impl().ref().load(getCoreString(name).get(), getCore(flags), offset);
+bool Image::load(const String &name, Flags flags, uint32_t offset, Async *async) {
+    return impl().ref().load(getCoreString(name).get(), getCore(flags), offset, getAsync(async));
 }
-bool Image::load(Stream &stream, Flags flags, uint32_t offset) {
-    return impl().ref().load(stream.impl().ref(), getCore(flags), offset);
+bool Image::load(Stream &stream, Flags flags, uint32_t offset, Async *async) {
+    return impl().ref().load(stream.impl().ref(), getCore(flags), offset, getAsync(async));
 }
 bool Image::save(const char *name, Flags flags, uint32_t quality) const {
     return impl().ref().save(name, getCore(flags), quality);
@@ -203,14 +203,15 @@ Image Image::getRotated(int32_t turns, const Slice &slice) const {
 Image Image::toFormat(Format format, Flags flags, Async *async) const {
     return get_result(impl().ref().toFormat(getCore(format), getCore(flags), getAsync(async)));
 }
-Image Image::getResized(const Size &size, Filter min_filter, Filter mag_filter, Flags flags) const {
-    return get_result(impl().ref().getResized(getCore(size), getCore(min_filter), getCore(mag_filter), getCore(flags)));
+Image Image::getResized(const Size &size, Filter min_filter, Filter mag_filter, Flags flags, Async *async) const {
+    return get_result(impl().ref().getResized(getCore(size), getCore(min_filter), getCore(mag_filter), getCore(flags),
+                                              getAsync(async)));
 }
-Image Image::getMipmapped(Filter filter, Flags flags) const {
-    return get_result(impl().ref().getMipmapped(getCore(filter), getCore(flags)));
+Image Image::getMipmapped(Filter filter, Flags flags, Async *async) const {
+    return get_result(impl().ref().getMipmapped(getCore(filter), getCore(flags), getAsync(async)));
 }
-Image Image::toType(Type type, Flags flags) const {
-    return get_result(impl().ref().toType(getCore(type), getCore(flags)));
+Image Image::toType(Type type, Flags flags, Async *async) const {
+    return get_result(impl().ref().toType(getCore(type), getCore(flags), getAsync(async)));
 }
 
 int32_t Image::compare(const Image &image) const { return impl().ref().compare(image.impl().ref()); }

@@ -520,6 +520,13 @@ def image_reads_and_writes_all_files(folder):
         check(run.returncode == 0, "many files", run)
     for path in sorted((folder / "out1").iterdir()):
         check(path.read_bytes() == (folder / "out4" / path.name).read_bytes(), f"{path.name} does not depend on -j")
+    for format in ("RGBAf16", "BC7RGBAu8n", "ETC2RGBAu8n"):
+        for jobs in ("1", "4"):
+            run = run_image(folder, "a.png", "--resize", "40x30", "--filter", "cubic", "--mipmaps", "--format", format, "-j", jobs, "-o", f"j{jobs}.ktx")
+            check(run.returncode == 0, f"one file as {format} with -j {jobs}", run)
+        check((folder / "j1.ktx").read_bytes() == (folder / "j4.ktx").read_bytes(), f"{format} does not depend on -j")
+        run = run_image(folder, "j1.ktx", "--format", "RGBAu8n", "-o", "decoded.png")
+        check(run.returncode == 0 and read_png(folder / "decoded.png")[:2] == (40, 30), f"{format} into a PNG", run)
     run = run_image(folder, "a.png", "out1/a.dds", "--json")
     images = json.loads(run.stdout)["images"]
     check(len(images) == 2 and images[1]["width"] == 9 and images[1]["height"] == 6 and images[1]["mipmaps"] == 4, "image --json", run)

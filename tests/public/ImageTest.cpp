@@ -10,6 +10,7 @@
 #include <core/OstrevanBlob.h>
 #include <core/OstrevanLog.h>
 #include <core/OstrevanString.h>
+#include <core/OstrevanAsync.h>
 #include <format/OstrevanImage.h>
 #include <format/OstrevanImageCoder.h>
 #include <format/OstrevanImageSampler.h>
@@ -76,6 +77,10 @@ TEST(PublicImage, resizing_and_texels) {
     EXPECT_EQ(small.getSize(), Size(4, 2));
     EXPECT_EQ(image.getResized(Size(16, 8)).getSize(), Size(16, 8));
     EXPECT_EQ(image.getMipmapped().getMipmaps(), 4u);
+    Async async;
+    ASSERT_TRUE(async.init(4));
+    EXPECT_EQ(image.getResized(Size(16, 8), Image::FlagNone, &async).compare(image.getResized(Size(16, 8))), 0);
+    EXPECT_EQ(image.getMipmapped(Image::FlagNone, &async).compare(image.getMipmapped()), 0);
     const Image cube = image.toType(Image::TypeCube, Image::FlagPanorama);
     EXPECT_EQ(cube.getSize(), Size(2, 2));
     EXPECT_EQ(cube.toType(Image::Type2D).getSize(), Size(8, 6));

@@ -47,7 +47,7 @@ void print_help() {
         "  --json             prints one JSON object with the array \"images\"\n"
         "  --compare FILE     prints mean and largest error and PSNR of each channel, in parts of the full range;\n"
         "                     exits 1 if the largest error is above --threshold E, which is 0 by default\n"
-        "  -j N               works on N files at once\n\n"
+        "  -j N               works on N files at once, or with N threads on a single one\n\n"
         "Changes, made in this order:\n"
         "  --slice F,L,M      one face, layer and mipmap\n"
         "  --component N      one channel, from 0\n"
@@ -196,9 +196,12 @@ int imageCommand(int argc, char **argv) {
     std::atomic<size_t> next{0};
     std::mutex mutex;
     size_t done = 0;
+    // Files are worked on side by side, a single one on the workers of a pool.
+    Async async;
+    Async *const shared = (num == 1 && options.jobs > 1 && async.init(options.jobs)) ? &async : nullptr;
     const auto work = [&]() {
         for(size_t i; (i = next++) < num;) {
-            results[i] = runImage(options, options.inputs[i]);
+            results[i] = runImage(options, options.inputs[i], shared);
             if(!progress) continue;
             const std::lock_guard<std::mutex> lock(mutex);
             fprintf(stderr, "\r\033[K[%zu/%zu] %s", ++done, num, options.inputs[i].c_str());

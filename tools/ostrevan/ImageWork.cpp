@@ -123,12 +123,12 @@ std::string describe(const std::string &name, const ImageDifference &difference,
 }
 
 // The changes in their order; an empty image, with what failed, if one does.
-Image change(Image image, const ImageOptions &options, std::string &step) {
+Image change(Image image, const ImageOptions &options, std::string &step, Async *async) {
     const Image::Flags flags = Image::Flags(options.flags);
     if(image.isBlockFormat() && (options.has_resize || options.has_mipmaps || options.has_component || options.flip_x ||
                                  options.flip_y || options.turns || options.type)) {
         step = "decode";
-        image = image.toFormat(FormatUnknown);
+        image = image.toFormat(FormatUnknown, Image::FlagNone, async);
         if(!image) return image;
     }
     if(options.has_slice) {
@@ -150,7 +150,7 @@ Image change(Image image, const ImageOptions &options, std::string &step) {
     }
     if(options.type) {
         step = "change the type of";
-        image = image.toType(options.type, flags);
+        image = image.toType(options.type, flags, async);
         if(!image) return image;
     }
     const Image::Filter filter = options.filter;
@@ -162,19 +162,19 @@ Image change(Image image, const ImageOptions &options, std::string &step) {
         if(image.is64BitFormat() && filter != Image::FilterPoint) image = convertImage(image, FormatRGBAf32, 0);
         if(image)
             image = image.getResized(Size(options.width, options.height), min_filter ? filter : Image::FilterBox,
-                                     mag_filter ? filter : Image::FilterLinear, flags);
+                                     mag_filter ? filter : Image::FilterLinear, flags, async);
         if(!image) return image;
     }
     if(options.has_mipmaps) {
         step = "make mipmaps of";
         const bool known = (filter == Image::FilterPoint || filter == Image::FilterMax || filter == Image::FilterMin);
         if(!known && (image.isMixedFormat() || image.is64BitFormat())) return Image();
-        image = image.getMipmapped(known ? filter : Image::FilterBox, flags);
+        image = image.getMipmapped(known ? filter : Image::FilterBox, flags, async);
         if(!image) return image;
     }
     if(options.format) {
         step = "convert";
-        image = convertImage(image, options.format, options.flags);
+        image = convertImage(image, options.format, options.flags, async);
     }
     return image;
 }
@@ -197,15 +197,15 @@ std::string ImageOptions::getOutput(const std::string &input) const {
     return folder + "/" + name;
 }
 
-Image convertImage(const Image &image, Format format, uint32_t flags) {
+Image convertImage(const Image &image, Format format, uint32_t flags, Async *async) {
     if(image.getFormat() == format) return image;
     const size_t count = errors.size();
     const uint32_t components = getFormatComponents(format);
     Image ret = image;
-    if(image.isBlockFormat() && !isBlockFormat(format)) ret = image.toFormat(FormatUnknown);
+    if(image.isBlockFormat() && !isBlockFormat(format)) ret = image.toFormat(FormatUnknown, Image::FlagNone, async);
     const uint32_t before = ret ? ret.getComponents() : 0;
     if(ret) {
-        Image direct = ret.toFormat(format, Image::Flags(flags));
+        Image direct = ret.toFormat(format, Image::Flags(flags), async);
         // Elements of one width, and signed ones, convert through floats.
         if(!direct && !isBlockFormat(format)) {
             const Image floats = ret.toFormat(toFormatComponents(FormatRf32, ret.getComponents()), Image::Flags(flags));
@@ -268,7 +268,7 @@ bool compareImages(const Image &a, const Image &b, ImageDifference &difference) 
     return true;
 }
 
-ImageResult runImage(const ImageOptions &options, const std::string &input) {
+ImageResult runImage(const ImageOptions &options, const std::string &input, Async *async) {
     errors.clear();
     ImageResult result;
     Image image;
@@ -281,7 +281,7 @@ ImageResult runImage(const ImageOptions &options, const std::string &input) {
     if(!image.load(input.c_str())) return fail("can't load " + quote(input));
     errors.clear();
     std::string step;
-    image = change(image, options, step);
+    image = change(image, options, step, async);
     if(!image) return fail("can't " + step + " " + quote(input));
     if(options.info) result.text = describe(input, image, options.json);
 

@@ -54,7 +54,9 @@ struct ImageResult {
 
 /// Reads, changes, compares and writes one file. May run on several threads; needs holdImageErrors() as callback of the
 /// log.
-ImageResult runImage(const ImageOptions &options, const std::string &input);
+///
+/// \p async, if there is one, shares the work on the file.
+ImageResult runImage(const ImageOptions &options, const std::string &input, Ostrevan::Async *async = nullptr);
 
 /// Keeps the errors of the library for the thread on which they arose.
 bool holdImageErrors(Ostrevan::Log::Level level, size_t, const char *text, void *);
@@ -73,4 +75,5 @@ struct ImageDifference {
 bool compareImages(const Ostrevan::Image &a, const Ostrevan::Image &b, ImageDifference &difference);
 
 /// The picture in another format: through floats where there is no direct way; grey becomes all colours.
-Ostrevan::Image convertImage(const Ostrevan::Image &image, Ostrevan::Format format, uint32_t flags);
+Ostrevan::Image convertImage(const Ostrevan::Image &image, Ostrevan::Format format, uint32_t flags,
+                             Ostrevan::Async *async = nullptr);
