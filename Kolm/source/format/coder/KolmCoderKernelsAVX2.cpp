@@ -2,7 +2,7 @@
 
 #if defined(__x86_64__)
 
-#if defined(__GNUC__) && !defined(__clang__) && !defined(__SANITIZE_ADDRESS__)
+#if defined(__GNUC__) && !defined(__clang__) && !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
 #pragma GCC optimize("O3")
 #endif
 

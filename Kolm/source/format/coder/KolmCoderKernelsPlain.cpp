@@ -1,6 +1,6 @@
 // Searches of the block coders as plain loops.
 
-#if defined(__GNUC__) && !defined(__clang__) && !defined(__SANITIZE_ADDRESS__)
+#if defined(__GNUC__) && !defined(__clang__) && !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
 #pragma GCC optimize("O3")
 #endif
 

@@ -13,8 +13,20 @@ namespace Kolm {
 
 namespace {
 
+// Everything is inlined, but where sanitizers multiply the code.
+#if defined(__has_feature)
+#define KOLM_HAS_FEATURE(NAME) __has_feature(NAME)
+#else
+#define KOLM_HAS_FEATURE(NAME) 0
+#endif
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) || KOLM_HAS_FEATURE(address_sanitizer) ||            \
+    KOLM_HAS_FEATURE(thread_sanitizer)
+#define KOLM_INLINE inline
+#define KOLM_LAMBDA
+#else
 #define KOLM_INLINE inline __attribute__((always_inline))
 #define KOLM_LAMBDA __attribute__((always_inline))
+#endif
 
 #if KOLM_CODER_BYTES == 0
 using PartFloat = float;
