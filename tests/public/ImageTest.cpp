@@ -10,7 +10,6 @@
 #include <core/OstrevanBlob.h>
 #include <core/OstrevanLog.h>
 #include <core/OstrevanString.h>
-#include <core/OstrevanAsync.h>
 #include <format/OstrevanImage.h>
 #include <format/OstrevanImageCoder.h>
 #include <format/OstrevanImageSampler.h>
