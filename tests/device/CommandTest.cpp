@@ -113,7 +113,7 @@ TEST_F(CommandTest, marks_only_what_changed) {
     } rows[] = {
         {"the same again", [&] { bind(); }, 0},
         {"vertex offset", [&] { command->setVertexOffset(0, 12, true); }, StubCommand::UpdateVertex},
-        {"vertex offset again", [&] { command->setVertexOffset(0, 12); }, 0},
+        {"vertex offset of before", [&] { command->setVertexOffset(0, 0); }, 0},
         {"index format", [&] { command->setIndexBuffer(FormatRu32, indices.get()); }, StubCommand::UpdateIndex},
         {"index data",
          [&] {

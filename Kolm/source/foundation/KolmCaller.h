@@ -4,6 +4,8 @@
 
 #pragma once
 
+#include <string.h>
+
 #include "KolmLog.h"
 #include "KolmPlatform.h"
 #include "KolmString.h"
@@ -43,14 +45,15 @@ struct Caller {
         checkPlatform(kind, object);
         if(KOLM_UNLIKELY(!object->isCreated())) fail("%s %s is not created", getText(object), kind);
     }
-    /// Expects a created buffer or texture that has \p flag.
+    /// Expects a created buffer or texture that has \p flag. \p kind tells the argument, with the class as last word.
     template<class Type> void checkFlag(const char *kind, const Type *object, typename Type::Flags flag) const {
         checkCreated(kind, object);
         if(KOLM_LIKELY(object->hasFlags(flag))) return;
+        const char *space = strrchr(kind, ' ');
         String flag_name = Type::getFlagsName(flag);
         flag_name.removeBack();
-        fail("invalid %s: %s %s (%s) needs the flag %s", kind, getText(object), kind, object->getDescription().get(),
-             flag_name.get());
+        fail("invalid %s: %s %s (%s) needs the flag %s", kind, getText(object), space ? space + 1 : kind,
+             object->getDescription().get(), flag_name.get());
     }
     /// Expects a list unless it is empty.
     template<class Type> void checkList(const char *kind, Type *list, uint32_t num) const {
