@@ -126,7 +126,7 @@ TEST_F(SourceTest, reads_the_same_from_all_kinds) {
         return strcmp(name, "callback") ? nullptr : new Blob(bytes_of(text.c_str()), text.size());
     });
     const std::string file = write_file("file", text);
-    for(const std::string name : {std::string("memory"), std::string("rows"), std::string("callback"), file}) {
+    for(const std::string &name : {std::string("memory"), std::string("rows"), std::string("callback"), file}) {
         SCOPED_TRACE(name);
         Source source;
         ASSERT_TRUE(source.open(name.c_str()));

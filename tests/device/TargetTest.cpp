@@ -196,7 +196,7 @@ TEST_F(TargetTest, begins_only_what_can_be_drawn_to) {
         {[&] { target->setColorTexture(8, nullptr); }, "Target::setColorTexture(): invalid target index"},
         {[&] { target->getColorFormat(8); }, "Target::getColorFormat(): invalid target index"},
         {[&] { target->setColorTexture(plain.get()), target->begin(); },
-         "VKTarget::begin(): invalid color texture: paint color texture (2D RGBAu8n 16x16) needs the flag Target"},
+         "VKTarget::begin(): invalid color texture: paint texture (2D RGBAu8n 16x16) needs the flag Target"},
         {[&] { target->setColorTexture(depth.get()), target->begin(); },
          "VKTarget::begin(): invalid color texture: paint texture has the format Df32"},
         {[&] { target->begin(), device.clearTexture(color.get()); }, "VKDevice::clearTexture(): target is enabled"},
