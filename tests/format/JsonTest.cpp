@@ -216,7 +216,8 @@ TEST(Json, refuses_every_part_of_a_text) {
             std::string changed = text;
             changed[i] = c;
             Json json;
-            if(create(json, changed)) EXPECT_EQ(resave(save(json)), save(json)) << changed;
+            if(!create(json, changed)) continue;
+            EXPECT_EQ(resave(save(json)), save(json)) << changed;
         }
     }
 }
@@ -641,7 +642,8 @@ TEST(Json, scanning_is_the_same_on_all_processors) {
         ASSERT_EQ(expand(fast.others(), fast), plain.others());
         ASSERT_EQ(expand(fast.special<false>(), fast), plain.special<false>());
         ASSERT_EQ(expand(fast.special<true>(), fast), plain.special<true>());
-        if(plain.others()) ASSERT_EQ(first_byte<JsonBytes>(fast.others()), first_byte<JsonBytesPlain>(plain.others()));
+        if(!plain.others()) continue;
+        ASSERT_EQ(first_byte<JsonBytes>(fast.others()), first_byte<JsonBytesPlain>(plain.others()));
     }
 }
 

@@ -27,7 +27,10 @@ void StageParametersBase::set_flags(const char *method, const char *text, BindFl
     flags[index] = value;
 }
 
-void StageParametersBase::count_tables() {
+void StageParametersBase::set_stage_table(const char *method, uint32_t index, TableType type, uint32_t size, Mask mask,
+                                          BindFlags flags, bool enable) {
+    set_table(method, index, type, size, flags, enable);
+    table_masks[index] = (enable) ? mask : Shader::MaskNone;
     for(num_tables = 0; num_tables < NumTables && table_sizes[num_tables]; num_tables++) {}
 }
 

@@ -21,7 +21,8 @@ protected:
                    uint32_t num) const;
     void set_flags(const char *method, const char *text, BindFlags *flags, uint32_t count, uint32_t index,
                    BindFlags value) const;
-    void count_tables();
+    void set_stage_table(const char *method, uint32_t index, TableType type, uint32_t size, Mask mask, BindFlags flags,
+                         bool enable);
 
     /// Empty shader of the backend.
     virtual Shader *create_stage_shader() = 0;
@@ -160,9 +161,7 @@ public:
     }
     Self &setTableType(uint32_t index, TableType type, uint32_t size, Mask mask, BindFlags flags = DefaultBindFlags,
                        bool enable = true) {
-        set_table("setTableType", index, type, size, flags, enable);
-        table_masks[index] = (enable) ? mask : Shader::MaskNone;
-        count_tables();
+        set_stage_table("setTableType", index, type, size, mask, flags, enable);
         return self();
     }
     Self &setTableMask(uint32_t index, Mask mask) {
