@@ -123,12 +123,12 @@ public:
     Texture createTextureCube(Format format, uint32_t size, uint32_t layers,
                               Texture::Flags flags = Texture::DefaultFlags);
     /// Texture with the pixels of \p image. Mipmaps are taken from the image; with FlagGenerate missing ones are made.
-    Texture createTexture(const Image &image, Texture::Flags flags = Texture::DefaultFlags);
+    Texture createTexture(const Image &image, Texture::Flags flags = Texture::DefaultFlags, Async *async = nullptr);
     /// Texture of an image file; \p offset is the first level to take of a native file.
     Texture loadTexture(const char *name, Texture::Flags flags = Texture::DefaultFlags,
-                        Image::Flags image_flags = Image::FlagNone, uint32_t offset = 0);
+                        Image::Flags image_flags = Image::FlagNone, uint32_t offset = 0, Async *async = nullptr);
     Texture loadTexture(Stream &stream, Texture::Flags flags = Texture::DefaultFlags,
-                        Image::Flags image_flags = Image::FlagNone, uint32_t offset = 0);
+                        Image::Flags image_flags = Image::FlagNone, uint32_t offset = 0, Async *async = nullptr);
 
     /// Sampler to describe and create. The second form takes over the parameters of another.
     Sampler createSampler();

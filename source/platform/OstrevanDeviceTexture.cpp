@@ -1,5 +1,6 @@
 // Textures, samplers and tables of the public device.
 
+#include "OstrevanAsyncKolm.h"
 #include "OstrevanBufferKolm.h"
 #include "OstrevanBufferTableKolm.h"
 #include "OstrevanDeviceKolm.h"
@@ -58,14 +59,18 @@ Texture Device::createTextureCube(Format format, uint32_t size, Texture::Flags f
 Texture Device::createTextureCube(Format format, uint32_t size, uint32_t layers, Texture::Flags flags) {
     return get_handle(impl().ref().createTextureCube(getCore(format), size, layers, getCoreFlags(flags)));
 }
-Texture Device::createTexture(const Image &image, Texture::Flags flags) {
-    return get_handle(impl().ref().createTexture(image.impl().ref(), getCoreFlags(flags)));
+Texture Device::createTexture(const Image &image, Texture::Flags flags, Async *async) {
+    return get_handle(impl().ref().createTexture(image.impl().ref(), getCoreFlags(flags), getAsync(async)));
 }
-Texture Device::loadTexture(const char *name, Texture::Flags flags, Image::Flags image_flags, uint32_t offset) {
-    return get_handle(impl().ref().loadTexture(name, getCoreFlags(flags), getCore(image_flags), offset));
+Texture Device::loadTexture(const char *name, Texture::Flags flags, Image::Flags image_flags, uint32_t offset,
+                            Async *async) {
+    return get_handle(
+        impl().ref().loadTexture(name, getCoreFlags(flags), getCore(image_flags), offset, getAsync(async)));
 }
-Texture Device::loadTexture(Stream &stream, Texture::Flags flags, Image::Flags image_flags, uint32_t offset) {
-    return get_handle(impl().ref().loadTexture(stream.impl().ref(), getCoreFlags(flags), getCore(image_flags), offset));
+Texture Device::loadTexture(Stream &stream, Texture::Flags flags, Image::Flags image_flags, uint32_t offset,
+                            Async *async) {
+    return get_handle(impl().ref().loadTexture(stream.impl().ref(), getCoreFlags(flags), getCore(image_flags), offset,
+                                               getAsync(async)));
 }
 
 Sampler Device::createSampler() { return TS<Sampler>(impl().ref().createSampler(), true); }
