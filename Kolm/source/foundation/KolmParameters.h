@@ -16,24 +16,7 @@ namespace Kolm {
 /// Base of Kernel, Pipeline and Traversal. Describing is for one thread.
 class Parameters : public PlatformBase {
 public:
-    static constexpr uint32_t NumSamplers = 16;
-    static constexpr uint32_t NumTextures = 32;
-    static constexpr uint32_t NumSurfaces = 16;
-    static constexpr uint32_t NumUniforms = 16;
-    static constexpr uint32_t NumStorages = 32;
-    static constexpr uint32_t NumTracings = 8;
-    static constexpr uint32_t NumTexels = 8;
-    static constexpr uint32_t NumTables = 8;
-
-    enum TableType { TableTypeTexture = 0, TableTypeStorage, NumTableTypes };
-
-    enum BindFlags : uint32_t {
-        BindFlagNone = 0,
-        BindFlagFixed = 1 << 0, ///< the offset is part of the descriptor: changing it costs more
-        BindFlagRead = 1 << 1,  ///< the shader only reads
-        DefaultBindFlags = BindFlagNone,
-        NumBindFlags = 2
-    };
+#include "SlotLimits.inc"
 
     /// Gives all parameters their defaults and forgets the name.
     virtual void clear();

@@ -12,11 +12,6 @@ namespace Kolm {
 /// nothing and blends nothing. Setters return the object; values above the limits are the caller's mistake.
 class Pipeline : public StageParameters<Pipeline> {
 public:
-    static constexpr uint32_t NumVertices = 16;
-    static constexpr uint32_t NumAttributes = 16;
-    static constexpr uint32_t NumTargets = 8;
-    static constexpr uint32_t NumViewports = 16;
-
     enum ShaderType {
         ShaderTypeVertex = 0,
         ShaderTypeControl,
@@ -27,107 +22,8 @@ public:
         ShaderTypeMesh,
         NumShaderTypes
     };
-    /// Meaning of a vertex attribute; the number in the shader is the attribute's index.
-    enum Attribute {
-        AttributePosition = 0,
-        AttributeBasis,
-        AttributeNormal,
-        AttributeTangent,
-        AttributeBinormal,
-        AttributeTexCoord,
-        AttributeWeights,
-        AttributeJoints,
-        AttributeColor,
-        AttributeIndex,
-        NumAttributeTypes
-    };
-    enum Primitive {
-        PrimitivePoint = 0,
-        PrimitivePointPatch,
-        PrimitiveLine,
-        PrimitiveLineAdj,
-        PrimitiveLineStrip,
-        PrimitiveLinePatch,
-        PrimitiveTriangle,
-        PrimitiveTriangleAdj,
-        PrimitiveTriangleStrip,
-        PrimitiveTrianglePatch,
-        PrimitiveQuadrilateralPatch,
-        NumPrimitiveTypes
-    };
-    enum FillMode { FillModeLine = 0, FillModeSolid, NumFillModes };
-    enum CullMode { CullModeNone = 0, CullModeBack, CullModeFront, NumCullModes };
-    /// Order of a front face's vertices as seen on the screen.
-    enum FrontMode { FrontModeCCW = 0, FrontModeCW, NumFrontModes };
-    enum BlendOp { BlendOpAdd = 0, BlendOpSub, BlendOpMin, BlendOpMax, NumBlendOperations };
-    /// BlendFuncNone turns blending off.
-    enum BlendFunc {
-        BlendFuncNone = 0,
-        BlendFuncZero,
-        BlendFuncOne,
-        BlendFuncSrcColor,
-        BlendFuncSrcAlpha,
-        BlendFuncSrc1Color,
-        BlendFuncSrc1Alpha,
-        BlendFuncDestColor,
-        BlendFuncDestAlpha,
-        BlendFuncFactorColor,
-        BlendFuncFactorAlpha,
-        BlendFuncInvSrcColor,
-        BlendFuncInvSrcAlpha,
-        BlendFuncInvSrc1Color,
-        BlendFuncInvSrc1Alpha,
-        BlendFuncInvDestColor,
-        BlendFuncInvDestAlpha,
-        BlendFuncInvFactorColor,
-        BlendFuncInvFactorAlpha,
-        NumBlendFunctions
-    };
-    enum ColorMask : uint32_t {
-        ColorMaskNone = 0,
-        ColorMaskR = 1 << 0,
-        ColorMaskG = 1 << 1,
-        ColorMaskB = 1 << 2,
-        ColorMaskA = 1 << 3,
-        ColorMaskUnknown = 1 << 4,
-        ColorMaskRGB = ColorMaskR | ColorMaskG | ColorMaskB,
-        ColorMaskAll = ColorMaskRGB | ColorMaskA
-    };
-    enum DepthMask { DepthMaskNone = 0, DepthMaskRead, DepthMaskWrite, NumDepthMasks };
-    enum DepthFunc {
-        DepthFuncNone = 0,
-        DepthFuncNever,
-        DepthFuncAlways,
-        DepthFuncEqual,
-        DepthFuncLess,
-        DepthFuncGreater,
-        DepthFuncNotEqual,
-        DepthFuncLessEqual,
-        DepthFuncGreaterEqual,
-        NumDepthFunctions
-    };
-    enum StencilFunc {
-        StencilFuncNone = 0,
-        StencilFuncNever,
-        StencilFuncAlways,
-        StencilFuncEqual,
-        StencilFuncLess,
-        StencilFuncGreater,
-        StencilFuncNotEqual,
-        StencilFuncLessEqual,
-        StencilFuncGreaterEqual,
-        NumStencilFunctions
-    };
-    enum StencilOp {
-        StencilOpKeep = 0,
-        StencilOpInvert,
-        StencilOpReplace,
-        StencilOpIncrWrap,
-        StencilOpDecrWrap,
-        StencilOpIncrSat,
-        StencilOpDecrSat,
-        NumStencilOperations
-    };
+
+#include "PipelineState.inc"
 
     struct AttributeParameters {
         Attribute type = AttributePosition;
