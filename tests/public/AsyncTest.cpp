@@ -83,6 +83,7 @@ TEST_F(AsyncPublicTest, callables_leave_their_results) {
 }
 
 TEST_F(AsyncPublicTest, functions_of_the_application_go_once) {
+    CountedFunction::runs = 0;
     {
         Async::Task task = async.run(new CountedFunction, 1);
         EXPECT_TRUE(task.wait());

@@ -33,7 +33,8 @@ AsyncContext &AsyncThread::get_context() {
 
 bool AsyncThread::check() {
     AtomicLock atomic(lock);
-    if(current.load_relaxed()) return false;
+    // Not `current`: the worker may still hold a task whose functions are completed, which waiters were told already.
+    if(num_left.load_relaxed()) return false;
     for(uint32_t i = begin; i < functions.size(); i++) {
         if(!functions[i].task->isCanceled()) return false;
     }
