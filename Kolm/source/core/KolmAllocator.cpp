@@ -114,9 +114,10 @@ void *AllocatorImpl<Alignment>::reallocate_array(void *data, size_t old_bytes, s
 
 template<uint32_t Alignment> void AllocatorImpl<Alignment>::check_array(const void *data, size_t size) {
     const uint8_t *ptr = static_cast<const uint8_t *>(data);
+    // Plain loads: a short array that grows would spend most of its time in locked ones.
     KOLM_ASSERT(ptr[-1] == TypeArray && "Allocator::freeArray(): invalid pointer");
-    KOLM_ASSERT(counters.num_allocations > 0 && "Allocator::freeArray(): invalid memory allocations");
-    KOLM_ASSERT((size_t)counters.memory_usage >= size && "Allocator::freeArray(): invalid memory usage");
+    KOLM_ASSERT(counters.num_allocations.load() > 0 && "Allocator::freeArray(): invalid memory allocations");
+    KOLM_ASSERT((size_t)counters.memory_usage.load() >= size && "Allocator::freeArray(): invalid memory usage");
 }
 
 template<uint32_t Alignment> void AllocatorImpl<Alignment>::free_array(const void *data, size_t bytes) {

@@ -96,8 +96,10 @@ public:
         if(KOLM_UNLIKELY((capacity & CapacityMask) == length)) {
             if(!grow(length + 1, true, false)) return *this;
         }
-        data[length++] = c;
-        data[length] = '\0';
+        char *end = data + length; // a char may lie anywhere: `data` and `length` would be read again behind each store
+        length++;
+        end[0] = c;
+        end[1] = '\0';
         return *this;
     }
     String &append(char c, uint32_t count);
@@ -105,9 +107,10 @@ public:
     String &append(const char *str, uint32_t size) {
         if(KOLM_UNLIKELY(size > (capacity & CapacityMask) - length)) return append_grow(str, size);
         if(KOLM_LIKELY(size)) {
-            memcpy(data + length, str, size); // the text's own bytes end before this place
+            char *end = data + length;
             length += size;
-            data[length] = '\0';
+            memcpy(end, str, size); // the text's own bytes end before this place
+            end[size] = '\0';
         }
         return *this;
     }
