@@ -1,4 +1,7 @@
 // VKDevice.h: the device on Vulkan: makes the backend's objects and forwards to them with its context.
+//
+//     VKDevice.cpp         identity, features, sub-devices, buffers, frames
+//     VKDeviceTexture.cpp  samplers, textures and tables
 
 #pragma once
 
@@ -32,6 +35,8 @@ public:
     const Features &getFeatures() const override;
 
     bool hasShader(Shader::Type type) const override;
+    bool hasTarget(Format format) const override;
+    bool hasTexture(Format format) const override;
     bool hasMemoryType(VkMemoryPropertyFlags flags) const { return adapter->hasMemoryType(flags); }
     uint32_t getMemoryIndex(uint32_t type_bits, VkMemoryPropertyFlags flags) const {
         return adapter->getMemoryIndex(type_bits, flags);
@@ -44,6 +49,14 @@ public:
 
     using Device::createBuffer;
     Buffer *createBuffer() override;
+    using Device::createSampler;
+    Sampler *createSampler(const Sampler *sampler = nullptr) override;
+    using Device::createTexture;
+    Texture *createTexture() override;
+    using Device::createBufferTable;
+    BufferTable *createBufferTable() override;
+    using Device::createTextureTable;
+    TextureTable *createTextureTable() override;
     using Device::createShader;
     Shader *createShader() override;
     Kernel *createKernel(const Kernel *kernel = nullptr) override;
@@ -52,6 +65,8 @@ public:
 
     /// Tells what the application did to a buffer by its own commands.
     void setBufferAccess(Buffer *buffer, VkAccessFlags access);
+    /// Tells which layout the application left a texture in by its own commands.
+    void setTextureLayout(Texture *texture, VkImageLayout layout);
     /// Waits for a fence of the application, in nanoseconds. False when the time is over.
     bool waitVKFence(VkFence fence, uint64_t timeout, bool reset);
     /// Submits what was recorded with a fence of the application.
@@ -76,6 +91,14 @@ protected:
     bool clear_buffer(Buffer *buffer, Format format, size_t offset, const void *value, size_t size) override;
     bool flush_buffers(Buffer **buffers, uint32_t num, Buffer::Flags flags) override;
     void release_buffer(Buffer *buffer) override;
+    void release_sampler(Sampler *sampler) override;
+    bool flush_texture(Texture *texture, const Slice &slice, Texture::Flags flags) override;
+    bool flush_textures(Texture **textures, uint32_t num, Texture::Flags flags) override;
+    void release_texture(Texture *texture) override;
+    bool set_buffer_table(BufferTable *table, uint32_t index, Buffer **buffers, uint32_t num) override;
+    void release_buffer_table(BufferTable *table) override;
+    bool set_texture_table(TextureTable *table, uint32_t index, Texture **textures, uint32_t num) override;
+    void release_texture_table(TextureTable *table) override;
     bool flip_frame(Fence *fence) override;
 
 private:
