@@ -63,7 +63,7 @@ struct PlainLoop {
         descriptor_info.poolSizeCount = 2;
         descriptor_info.pPoolSizes = sizes;
         vkCreateDescriptorPool(vk, &descriptor_info, nullptr, &descriptor_pool);
-        const VkDescriptorSetLayout layout = kernel->getSetLayout(VKKernel::SetBuffer);
+        const VkDescriptorSetLayout layout = kernel->getBindings().getSetLayout(VKBindings::SetBuffer);
         auto set_info = vk_record<VkDescriptorSetAllocateInfo>(VK_STRUCTURE_TYPE_DESCRIPTOR_SET_ALLOCATE_INFO);
         set_info.descriptorPool = descriptor_pool;
         set_info.descriptorSetCount = 1;
@@ -101,8 +101,8 @@ struct PlainLoop {
         for(uint32_t i = 0; i < num_dispatches; i++) {
             memcpy(data + stride * i, params, 64);
             const uint32_t offsets[] = {stride * i, 0};
-            adapter->vkCmdBindDescriptorSets(command, VK_PIPELINE_BIND_POINT_COMPUTE, kernel->getPipelineLayout(), 0, 1,
-                                             &set, 2, offsets);
+            adapter->vkCmdBindDescriptorSets(command, VK_PIPELINE_BIND_POINT_COMPUTE,
+                                             kernel->getBindings().getPipelineLayout(), 0, 1, &set, 2, offsets);
             adapter->vkCmdDispatch(command, 0, 1, 1);
         }
         adapter->vkEndCommandBuffer(command);

@@ -188,7 +188,7 @@ TEST_F(ComputeVKTest, objects_created_anew) {
     EXPECT_EQ(getWords(buffer.get()), std::vector<uint32_t>(64, 3));
     device->releaseBuffer(buffer.get());
     compute->dispatch(64, 1, 1);
-    expectLog("VKCompute::update(): kernel or buffer is not created");
+    expectLog("VKCompute::update(): kernel or resource is not created");
     ASSERT_TRUE(buffer->create(storage_flags, 256));
     device->releaseKernel(kernel.get());
     compute->dispatch(64, 1, 1);
@@ -376,10 +376,11 @@ TEST_F(ComputeVKTest, kernels_share_layouts) {
     ASSERT_TRUE(first && second && third);
     const VKKernel *a = static_cast<VKKernel *>(first.get());
     const VKKernel *b = static_cast<VKKernel *>(second.get());
-    EXPECT_EQ(a->getSetLayout(VKKernel::SetBuffer), b->getSetLayout(VKKernel::SetBuffer));
-    EXPECT_EQ(a->getPipelineLayout(), b->getPipelineLayout());
-    EXPECT_EQ(a->getSetLayout(VKKernel::SetTexel), VkDescriptorSetLayout(VK_NULL_HANDLE));
-    EXPECT_EQ(a->getSetIndex(VKKernel::SetBuffer), 0u);
+    EXPECT_EQ(a->getBindings().getSetLayout(VKBindings::SetBuffer),
+              b->getBindings().getSetLayout(VKBindings::SetBuffer));
+    EXPECT_EQ(a->getBindings().getPipelineLayout(), b->getBindings().getPipelineLayout());
+    EXPECT_EQ(a->getBindings().getSetLayout(VKBindings::SetTexel), VkDescriptorSetLayout(VK_NULL_HANDLE));
+    EXPECT_EQ(a->getBindings().getSetIndex(VKBindings::SetBuffer), 0u);
     VKLayouts &layouts = VKLayouts::get(getAdapter()->getIndex());
     EXPECT_EQ(layouts.getNumSets(), 1u);
     // Offsets are part of what is compared.

@@ -6,18 +6,15 @@ namespace Kolm {
 
 CommandRecorder::CommandRecorder(uint32_t index, const Device::Features &features, const Target *target)
     : SlotRecorder(index, "Command", features), target(target) {
-    update_mask |= UpdateCommand;
+    update_mask = update_all = UpdateAll | UpdateCommand;
 }
 
 bool CommandRecorder::record_draw_mesh(uint32_t, uint32_t, uint32_t) { return refuse("drawMesh", "mesh shaders"); }
 
-void CommandRecorder::clear_memory() {
-    Recorder::clear_memory();
-    for(Slot &slot : vertices) {
-        if(slot.handle) slot = Slot();
-    }
-    if(index.handle) index = Slot();
-    update_mask |= UpdateCommand;
+RecorderSlots::Slot *CommandRecorder::get_memory_slot(uint32_t number, Transient &type) {
+    if(number < Pipeline::NumVertices) return type = TransientVertex, &vertices[number];
+    if(number == Pipeline::NumVertices) return type = TransientIndex, &index;
+    return Recorder::get_memory_slot(number - Pipeline::NumVertices - 1, type);
 }
 
 // pipeline

@@ -73,7 +73,7 @@ protected:
 
     /// Bytes of an index.
     uint32_t get_index_size() const { return (index_format == FormatRu32) ? 4 : 2; }
-    void clear_memory();
+    Slot *get_memory_slot(uint32_t number, Transient &type) override;
 
     const Target *target;
     Pipeline *pipeline = nullptr;

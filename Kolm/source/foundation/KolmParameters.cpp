@@ -40,6 +40,21 @@ bool Parameters::save_parameters(Stream &stream, bool masks) const {
     return status;
 }
 
+Parameters::SlotList Parameters::getSlots(Kind kind) const {
+    switch(kind) {
+    case KindSampler: return {num_samplers, sampler_offset, sampler_arrays, nullptr, sampler_masks};
+    case KindTexture: return {num_textures, texture_offset, texture_arrays, nullptr, texture_masks};
+    case KindSurface: return {num_surfaces, surface_offset, surface_arrays, nullptr, surface_masks};
+    case KindUniform: return {num_uniforms, uniform_offset, nullptr, uniform_flags, uniform_masks};
+    case KindStorage: return {num_storages, storage_offset, nullptr, storage_flags, storage_masks};
+    case KindTracing: return {num_tracings, tracing_offset, nullptr, nullptr, tracing_masks};
+    case KindTexel: return {num_texels, texel_offset, nullptr, nullptr, texel_masks};
+    case KindTable: return {num_tables, table_offset, nullptr, table_flags, table_masks};
+    case NumKinds: break;
+    }
+    KOLM_ASSERT(0 && "Parameters::getSlots(): unknown kind");
+}
+
 uint32_t Parameters::getSamplerArray(uint32_t index) const {
     check(index < NumSamplers, "getSamplerArray", "invalid sampler index");
     return sampler_arrays[index];

@@ -30,6 +30,31 @@ public:
     /// "kernel", "pipeline" or "traversal".
     virtual const char *getKindName() const = 0;
 
+    /// Kinds of slots, in the order of their fields.
+    enum Kind {
+        KindSampler = 0,
+        KindTexture,
+        KindSurface,
+        KindUniform,
+        KindStorage,
+        KindTracing,
+        KindTexel,
+        KindTable,
+        NumKinds
+    };
+    /// The declared slots of a kind; null for what the kind does not have.
+    struct SlotList {
+        uint32_t num;
+        uint32_t offset; // binding number of the first slot
+        const uint8_t *arrays;
+        const BindFlags *flags;
+        const Shader::Mask *masks; // all none for a kernel, which has one stage
+
+        /// Slots that the array beginning at a slot takes, 1 for a single resource.
+        uint32_t getArray(uint32_t index) const { return (arrays && arrays[index]) ? arrays[index] : 1; }
+    };
+    SlotList getSlots(Kind kind) const;
+
     // arrays: the size of the array that begins at the slot, 0 for a single resource
     uint32_t getNumSamplers() const { return num_samplers; }
     uint32_t getSamplerOffset() const { return sampler_offset; }

@@ -337,17 +337,6 @@ void Recorder::set_offset(const SlotKind &kind, const Caller &caller, uint32_t i
     set_range(kind, caller, index, slot, end, (slot.rest) ? 0 : slot.size);
 }
 
-void Recorder::clear_memory() {
-    for(Slot &slot : uniforms) {
-        if(slot.handle) slot = Slot();
-    }
-    for(Slot &slot : storages) {
-        if(slot.handle) slot = Slot();
-    }
-    if(indirect.handle) indirect = Slot();
-    update_mask |= UpdateAll;
-}
-
 // A slot without content would let the shader read anything: the call is skipped. Of an array the first is needed.
 bool Recorder::check_slots(const Caller &caller) const {
     const char *kind = nullptr;

@@ -7,75 +7,14 @@
 #include "KolmCaller.h"
 #include "KolmDevice.h"
 #include "KolmParameters.h"
+#include "KolmRecorderSlots.h"
 
 namespace Kolm {
 
 /// Slots of one recorder. Mistakes of the caller end the process with one line, "VKCompute::method(): text", that names
 /// the objects, what was given and what is allowed.
-class Recorder {
+class Recorder : protected RecorderSlots {
 protected:
-    /// Groups of slots that changed since the last dispatch or draw.
-    enum Update : uint32_t {
-        UpdateSampler = 1 << 0,
-        UpdateTexture = 1 << 1,
-        UpdateSurface = 1 << 2,
-        UpdateUniform = 1 << 3,
-        UpdateStorage = 1 << 4,
-        UpdateTracing = 1 << 5,
-        UpdateTexel = 1 << 6,
-        UpdateTextureTable = 1 << 7,
-        UpdateStorageTable = 1 << 8,
-        UpdateAll = (1 << 9) - 1,
-        UpdateUniformOffset = 1 << 9, // offsets alone: no descriptor has to be written
-        UpdateStorageOffset = 1 << 10,
-        // of CommandRecorder
-        UpdateVertex = 1 << 11,
-        UpdateIndex = 1 << 12,
-        UpdateViewport = 1 << 13,
-        UpdateScissor = 1 << 14,
-        UpdateBlendColor = 1 << 15,
-        UpdateStencilRef = 1 << 16,
-        UpdateCommand =
-            UpdateVertex | UpdateIndex | UpdateViewport | UpdateScissor | UpdateBlendColor | UpdateStencilRef,
-    };
-
-    /// Kinds of transient memory.
-    enum Transient {
-        TransientUniform = 0,
-        TransientStorage,
-        TransientIndirect,
-        TransientVertex,
-        TransientIndex,
-        NumTransients
-    };
-
-    /// Bytes of a frame's transient memory. `handle` is the backend's name of the buffer that they lie in.
-    struct Memory {
-        void *data = nullptr;
-        uint64_t handle = 0;
-        size_t offset = 0;
-    };
-
-    /// What a uniform, storage, vertex, index or indirect slot binds: either a buffer or transient memory.
-    struct Slot {
-        Buffer *buffer = nullptr; // null for transient memory
-        uint64_t handle = 0;      // the transient buffer, 0 for a buffer object
-        size_t base = 0;          // where the slot's memory begins in the buffer: 0 for a buffer object
-        size_t total = 0;         // bytes of the slot's memory
-        size_t offset = 0;        // bytes from the buffer's start, base included
-        size_t size = 0;          // bytes of the range that is bound
-        bool rest = false;        // the range goes to the end of the memory: its size follows the offset
-
-        bool isSet() const { return (buffer || handle); }
-    };
-
-    /// Texture of a texture or surface slot, with the part that shaders see.
-    struct TextureSlot {
-        Texture *texture = nullptr;
-        Slice slice;
-        Format format = FormatUnknown; // of a surface; the texture's own if unknown
-    };
-
     /// What differs between the kinds of buffer slots.
     struct SlotKind {
         const char *name;   // in messages
@@ -91,8 +30,6 @@ protected:
 
     Recorder(const PlatformBase &self, const char *name, const Device::Features &features)
         : features(features), self(self), class_name(name) {}
-    Recorder(const Recorder &) = delete;
-    virtual ~Recorder() = default;
 
     // What a backend gives. All arguments were tested.
     /// Memory of this frame at the alignment of its kind. False without a line of its own when there is none.
@@ -101,9 +38,6 @@ protected:
     virtual void record_end_conditional() = 0;
     virtual bool record_begin_query(Query *query);
     virtual bool record_end_query(Query *query);
-
-    /// Forgets transient memory: a backend calls it when a frame's memory is gone under an open recorder.
-    void clear_memory();
 
     Caller get_caller(const char *method) const { return {self, class_name, method}; }
     /// For operations that a backend leaves out.
@@ -141,17 +75,6 @@ protected:
     void end_query(const Caller &caller, Query *query);
 
     const Device::Features &features;
-    Sampler *samplers[Parameters::NumSamplers] = {};
-    TextureSlot textures[Parameters::NumTextures];
-    TextureSlot surfaces[Parameters::NumSurfaces];
-    Slot uniforms[Parameters::NumUniforms];
-    Slot storages[Parameters::NumStorages];
-    Tracing *tracings[Parameters::NumTracings] = {};
-    Buffer *texels[Parameters::NumTexels] = {};
-    TextureTable *texture_tables[Parameters::NumTables] = {};
-    BufferTable *storage_tables[Parameters::NumTables] = {};
-    Slot indirect;
-    uint32_t update_mask = UpdateAll;
     bool is_conditional = false; // between beginConditional() and endConditional()
 
 private:

@@ -1,13 +1,14 @@
 // VKLayouts.h: descriptor set layouts and pipeline layouts of an adapter, shared by all objects with equal parameters.
-// Rests on VKContext. Hides the cache, its keys and its lock.
+// Rests on VKContext. Hides the caches and their keys.
 
 #pragma once
 
+#include "VKCache.h"
 #include "VKContext.h"
 
 namespace Kolm {
 
-/// One cache for each adapter. May be used from any thread: pipelines are created on worker threads.
+/// One for each adapter. May be used from any thread: pipelines are created on worker threads.
 class VKLayouts {
 public:
     static constexpr uint32_t MaxBindings = 96;
@@ -19,6 +20,7 @@ public:
         VkDescriptorType type;
         uint32_t count;
         VkShaderStageFlags stages;
+        bool operator==(const Binding &) const = default;
     };
 
     static VKLayouts &get(uint32_t adapter_index);
@@ -27,7 +29,7 @@ public:
     void retain() { counter++; }
     void release(VKContext *context);
 
-    /// Layout of a set, ~ the same one for equal bindings in the same order; null if the driver refuses it.
+    /// Layout of a set, the same one for equal bindings in the same order; null if the driver refuses it.
     /// \p update_after_bind is for tables: the set may change while it is bound, and empty slots are allowed.
     VkDescriptorSetLayout getSetLayout(VkDevice device, const Binding *bindings, uint32_t num,
                                        bool update_after_bind = false);
@@ -37,21 +39,23 @@ public:
     uint32_t getNumPipelines() const { return pipeline_layouts.size(); }
 
 private:
-    struct SetLayout : public Allocated {
+    struct SetKey {
         Array<Binding> bindings;
-        bool update_after_bind = false;
-        VkDescriptorSetLayout layout = VK_NULL_HANDLE;
+        bool update_after_bind;
+        uint32_t getHash() const;
+        bool operator==(const SetKey &key) const;
     };
-    struct PipelineLayout : public Allocated {
-        Array<VkDescriptorSetLayout> sets;
-        VkPipelineLayout layout = VK_NULL_HANDLE;
+    struct PipelineKey {
+        uint32_t num;
+        VkDescriptorSetLayout sets[MaxSets];
+        uint32_t getHash() const;
+        bool operator==(const PipelineKey &key) const;
     };
 
     SpinLock lock;
     Atomici32 counter;
-    // Different contents with one key stand at the next free keys.
-    Map<uint32_t, SetLayout *> set_layouts;
-    Map<uint64_t, PipelineLayout *> pipeline_layouts;
+    VKCache<SetKey, VkDescriptorSetLayout> set_layouts;
+    VKCache<PipelineKey, VkPipelineLayout> pipeline_layouts;
 };
 
 } // namespace Kolm

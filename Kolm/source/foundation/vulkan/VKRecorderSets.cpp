@@ -1,0 +1,137 @@
+// VKRecorderSets.cpp: descriptor sets from slots. A set is written once and lasts for the frame; offsets that are
+// dynamic come with the call that binds it.
+
+#include "KolmLog.h"
+#include "VKBuffer.h"
+#include "VKRecorder.h"
+
+namespace Kolm {
+
+namespace {
+
+VkWriteDescriptorSet get_write(VkDescriptorSet set, uint32_t binding, uint32_t count, VkDescriptorType type) {
+    auto write = vk_record<VkWriteDescriptorSet>(VK_STRUCTURE_TYPE_WRITE_DESCRIPTOR_SET);
+    write.dstSet = set;
+    write.dstBinding = binding;
+    write.descriptorCount = count;
+    write.descriptorType = type;
+    return write;
+}
+
+} // namespace
+
+VkDescriptorSet VKRecorder::allocate_set(VKBindings::SetType type, const char *kind) {
+    const VkDescriptorSet set = context->allocateDescriptor(bindings->getSetLayout(type));
+    if(set) {
+        num_descriptors++;
+    } else {
+        Log::printf(Log::Error, "%s::update(): can't allocate %s descriptor\n", name, kind);
+    }
+    return sets[bindings->getSetIndex(type)] = set;
+}
+
+// Dynamic slots leave their offsets to the bind.
+bool VKRecorder::update_buffers() {
+    const VkDescriptorSet set = allocate_set(VKBindings::SetBuffer, "buffer");
+    if(set == VK_NULL_HANDLE) return false;
+    VkWriteDescriptorSet writes[Parameters::NumUniforms + Parameters::NumStorages];
+    VkDescriptorBufferInfo infos[Parameters::NumUniforms + Parameters::NumStorages];
+    uint32_t num = 0;
+    const auto append = [&](const Slot &slot, uint32_t binding, bool dynamic, VkDescriptorType type,
+                            VkDescriptorType dynamic_type) {
+        infos[num] = {getBuffer(slot), dynamic ? 0 : slot.offset, slot.size};
+        writes[num] = get_write(set, binding, 1, dynamic ? dynamic_type : type);
+        writes[num].pBufferInfo = &infos[num];
+        num++;
+    };
+    for(uint32_t i = 0; i < parameters->getNumUniforms(); i++) {
+        append(slots.uniforms[i], parameters->getUniformOffset() + i, (bindings->getDynamicUniforms() >> i) & 1,
+               VK_DESCRIPTOR_TYPE_UNIFORM_BUFFER, VK_DESCRIPTOR_TYPE_UNIFORM_BUFFER_DYNAMIC);
+    }
+    for(uint32_t i = 0; i < parameters->getNumStorages(); i++) {
+        append(slots.storages[i], parameters->getStorageOffset() + i, (bindings->getDynamicStorages() >> i) & 1,
+               VK_DESCRIPTOR_TYPE_STORAGE_BUFFER, VK_DESCRIPTOR_TYPE_STORAGE_BUFFER_DYNAMIC);
+    }
+    adapter->vkUpdateDescriptorSets(context->getDevice(), num, writes, 0, nullptr);
+    return true;
+}
+
+bool VKRecorder::update_tracings() {
+    Log::printf(Log::Error, "%s::update(): tracings are not supported\n", name);
+    return false;
+}
+
+bool VKRecorder::update_texels() {
+    const VkDescriptorSet set = allocate_set(VKBindings::SetTexel, "texel");
+    if(set == VK_NULL_HANDLE) return false;
+    VkWriteDescriptorSet writes[Parameters::NumTexels];
+    for(uint32_t i = 0; i < parameters->getNumTexels(); i++) {
+        writes[i] = get_write(set, parameters->getTexelOffset() + i, 1, VK_DESCRIPTOR_TYPE_UNIFORM_TEXEL_BUFFER);
+        writes[i].pTexelBufferView = &bound_texels[i];
+    }
+    adapter->vkUpdateDescriptorSets(context->getDevice(), parameters->getNumTexels(), writes, 0, nullptr);
+    return true;
+}
+
+// One kind's set: written if its slots changed, and part of the range that has to be bound then.
+bool VKRecorder::update_set(VKBindings::SetType type, bool changed, bool (VKRecorder::*update)()) {
+    const uint32_t index = bindings->getSetIndex(type);
+    if(index == VKBindings::NoSet || (!changed && sets[index])) return true;
+    first_set = min(first_set, index);
+    end_set = max(end_set, index + 1);
+    return (this->*update)();
+}
+
+// Dynamic offsets in the order of their binding numbers.
+bool VKRecorder::append_offsets(uint32_t *offsets, uint32_t &num) const {
+    for(uint32_t pass = 0; pass < 2; pass++) {
+        const bool is_uniform = (bindings->isUniformFirst() == (pass == 0));
+        const Slot *list = is_uniform ? slots.uniforms : slots.storages;
+        uint32_t mask = is_uniform ? bindings->getDynamicUniforms() : bindings->getDynamicStorages();
+        for(uint32_t i = 0; mask; i++, mask >>= 1) {
+            if((mask & 1) == 0) continue;
+            if(KOLM_UNLIKELY(list[i].offset > ~0u)) {
+                Log::printf(Log::Error, "%s::update(): dynamic %u %s offset\n", name, i,
+                            is_uniform ? "uniform" : "storage");
+                return false;
+            }
+            offsets[num++] = uint32_t(list[i].offset);
+        }
+    }
+    return true;
+}
+
+bool VKRecorder::updateSets() {
+    const uint32_t update = slots.update_mask;
+    if(bindings->getNumSets() == 0) return true;
+    // Offsets of slots that are not dynamic are part of the descriptor.
+    uint32_t buffer_mask = RecorderSlots::UpdateUniform | RecorderSlots::UpdateStorage;
+    if(bindings->getDynamicUniforms() != (1u << parameters->getNumUniforms()) - 1)
+        buffer_mask |= RecorderSlots::UpdateUniformOffset;
+    if(bindings->getDynamicStorages() != uint32_t((1ull << parameters->getNumStorages()) - 1))
+        buffer_mask |= RecorderSlots::UpdateStorageOffset;
+
+    first_set = bindings->getNumSets();
+    end_set = 0;
+    if(!update_set(VKBindings::SetBuffer, (update & buffer_mask) != 0, &VKRecorder::update_buffers) ||
+       !update_set(VKBindings::SetTracing, (update & RecorderSlots::UpdateTracing) != 0,
+                   &VKRecorder::update_tracings) ||
+       !update_set(VKBindings::SetTexel, (update & RecorderSlots::UpdateTexel) != 0, &VKRecorder::update_texels))
+        return false;
+    const uint32_t buffer_set = bindings->getSetIndex(VKBindings::SetBuffer);
+    if(buffer_set != VKBindings::NoSet &&
+       (update & (RecorderSlots::UpdateUniformOffset | RecorderSlots::UpdateStorageOffset))) {
+        first_set = min(first_set, buffer_set);
+        end_set = max(end_set, buffer_set + 1);
+    }
+    if(first_set >= end_set) return true;
+
+    uint32_t offsets[Parameters::NumUniforms + Parameters::NumStorages];
+    uint32_t num_offsets = 0;
+    if(buffer_set >= first_set && buffer_set < end_set && !append_offsets(offsets, num_offsets)) return false;
+    adapter->vkCmdBindDescriptorSets(context->getCommand(), bind_point, bindings->getPipelineLayout(), first_set,
+                                     end_set - first_set, sets + first_set, num_offsets, offsets);
+    return true;
+}
+
+} // namespace Kolm
