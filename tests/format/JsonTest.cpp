@@ -588,7 +588,8 @@ TEST(Json, what_leaves_a_tree_lives_on) {
         for(int32_t i = 2; i < 9; i++) grown.getChild("c")->addChild("")->setData(i);
         EXPECT_EQ(save(grown), "{\"a\":\"a much longer text than there was\",\"c\":[1,2,3,4,5,6,7,8]}");
         ASSERT_TRUE(grown.create("[1]")); // over the old one
-        grown = grown;
+        const Json &itself = grown;
+        grown = itself;
         EXPECT_EQ(save(grown), "[1]");
         delete a;
         delete deep;

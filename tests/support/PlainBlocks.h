@@ -160,8 +160,8 @@ inline const char *const bc6_headers[14] = {
     "rw9:0 gw9:0 bw9:0 rx9:0 gx9:0 bx9:0",
     "rw9:0 gw9:0 bw9:0 rx8:0 rw10 gx8:0 gw10 bx8:0 bw10",
     "rw9:0 gw9:0 bw9:0 rx7:0 rw11 rw10 gx7:0 gw11 gw10 bx7:0 bw11 bw10",
-    "rw9:0 gw9:0 bw9:0 rx3:0 rw15 rw14 rw13 rw12 rw11 rw10 gx3:0 gw15 gw14 gw13 gw12 gw11 gw10 bx3:0 bw15 bw14 bw13 "
-    "bw12 bw11 bw10",
+    ("rw9:0 gw9:0 bw9:0 rx3:0 rw15 rw14 rw13 rw12 rw11 rw10 gx3:0 gw15 gw14 gw13 gw12 gw11 gw10 bx3:0 bw15 bw14 bw13 "
+     "bw12 bw11 bw10"),
 };
 
 inline int sign_extend(int v, int bits) { return (v >= (1 << (bits - 1))) ? v - (1 << bits) : v; }

@@ -422,9 +422,10 @@ private:
         return true;
     }
     template<class... Args> bool call(const char *format, Args... args) {
-        char text[256];
-        snprintf(text, sizeof(text), format, args...);
-        calls.add("%s", text);
+        if constexpr(sizeof...(args) == 0)
+            calls.add("%s", format);
+        else
+            calls.add(format, args...);
         return !no_support;
     }
     template<class Type, class... Args> Type *make(Args &&...args) {

@@ -13,6 +13,8 @@ public:
     SlotRecorder(uint32_t index, const char *name, const Device::Features &features)
         : Base(index), Recorder(static_cast<const PlatformBase &>(*this), name, features) {}
 
+    using Base::setTexture; // those of images beside those of slots
+
     void setSampler(uint32_t index, Sampler *sampler) override {
         set_samplers(get_caller("setSampler"), index, &sampler, 1);
     }
