@@ -328,9 +328,9 @@ bool VKBuffer::create(Buffer *src) {
 void VKBuffer::setBufferAccess(VKContext::Barriers &barriers, VKContext *ctx, VkAccessFlags access, bool force,
                                VkPipelineStageFlags stages) {
     setUsed(ctx);
-    if(access == buffer_access && !force) return;
-    if(barriers.num_buffers == VKContext::MaxBarriers) ctx->barrier(barriers);
     const VkPipelineStageFlags dest_stages = stages ? stages : ctx->getStages(access);
+    if(!force && !isAccessNeeded(access, dest_stages)) return;
+    if(barriers.num_buffers == VKContext::MaxBarriers) ctx->barrier(barriers);
     // The first use of a buffer waits for nothing.
     if(buffer_access) {
         VkBufferMemoryBarrier &barrier = barriers.buffers[barriers.num_buffers++];
@@ -350,8 +350,6 @@ void VKBuffer::setBufferAccess(VKContext::Barriers &barriers, VKContext *ctx, Vk
 }
 
 void VKBuffer::setBufferAccess(VKContext *ctx, VkAccessFlags access, bool force, VkPipelineStageFlags stages) {
-    setUsed(ctx);
-    if(access == buffer_access && !force) return;
     VKContext::Barriers barriers;
     setBufferAccess(barriers, ctx, access, force, stages);
     ctx->barrier(barriers);

@@ -50,6 +50,10 @@ public:
     /// The same into a batch.
     void setBufferAccess(VKContext::Barriers &barriers, VKContext *context, VkAccessFlags access, bool force = false,
                          VkPipelineStageFlags stages = 0);
+    /// Whether setBufferAccess() would do something without \p force.
+    bool isAccessNeeded(VkAccessFlags access, VkPipelineStageFlags stages) const {
+        return (access != buffer_access || (stages & ~buffer_stages));
+    }
     /// Remembers an access that was ordered by other means.
     void setBufferAccess(VkAccessFlags access);
     /// Remembers that commands of \p context, recorded now, use the buffer.

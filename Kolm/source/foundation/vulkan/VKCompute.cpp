@@ -2,6 +2,7 @@
 
 #include "VKBuffer.h"
 #include "VKKernel.h"
+#include "VKQuery.h"
 
 namespace Kolm {
 
@@ -68,5 +69,9 @@ void VKCompute::record_begin_conditional(Buffer *buffer, size_t offset) {
 }
 
 void VKCompute::record_end_conditional() { recorder.endConditional(); }
+
+bool VKCompute::record_begin_query(Query *query) { return cast<VKQuery>(query)->begin(context); }
+
+bool VKCompute::record_end_query(Query *query) { return cast<VKQuery>(query)->end(context); }
 
 } // namespace Kolm

@@ -32,6 +32,8 @@ protected:
     void record_barrier(Buffer **buffers, uint32_t num) override;
     void record_begin_conditional(Buffer *buffer, size_t offset) override;
     void record_end_conditional() override;
+    bool record_begin_query(Query *query) override;
+    bool record_end_query(Query *query) override;
 
 private:
     bool update(const Slot *source);

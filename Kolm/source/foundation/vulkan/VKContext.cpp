@@ -9,7 +9,9 @@ VKContext::VKContext(VKAdapter *adapter, uint32_t family, uint32_t index)
     KOLM_ASSERT(adapter && adapter->isCreated() && "VKContext::VKContext(): adapter is not created");
     device = adapter->getDevice();
     for(uint32_t i = 0; i < adapter->queues.size(); i++) {
-        if(adapter->queues[i].family == family) queue_flags = adapter->queues[i].flags;
+        if(adapter->queues[i].family != family) continue;
+        queue_flags = adapter->queues[i].flags;
+        timestamp_bits = adapter->queues[i].timestamp_bits;
     }
     if(queue_flags & VK_QUEUE_COMPUTE_BIT) shader_stages |= VK_PIPELINE_STAGE_COMPUTE_SHADER_BIT;
     if(queue_flags & VK_QUEUE_GRAPHICS_BIT) {
@@ -124,6 +126,7 @@ void VKContext::destroy() {
     }
     frames.release();
     frame = nullptr;
+    releaseQueries();
     for(uint32_t type = 0; type < NumTransientTypes; type++) release_buffers(TransientType(type));
 }
 
@@ -193,6 +196,8 @@ bool VKContext::flip(bool submit, bool reset) {
         return false;
     }
     recycle_buffers();
+    recycle_queries();
+    if(reset) notify(EventBegin);
     return true;
 }
 
@@ -204,25 +209,11 @@ bool VKContext::flush(bool wait, VkFence fence) {
         Log::printf(Log::Error, "VKContext::flush(): can't end command buffer\n");
         return false;
     }
-    auto info = vk_record<VkSubmitInfo>(VK_STRUCTURE_TYPE_SUBMIT_INFO);
-    info.waitSemaphoreCount = frame->wait_semaphores.size();
-    info.pWaitSemaphores = frame->wait_semaphores.get();
-    info.pWaitDstStageMask = frame->wait_stage_masks.get();
-    info.commandBufferCount = 1;
-    info.pCommandBuffers = &frame->commands[frame->command_index];
-    info.signalSemaphoreCount = frame->signal_semaphores.size();
-    info.pSignalSemaphores = frame->signal_semaphores.get();
     const VkFence submit_fence = (wait && !fence) ? frame->fence : fence;
-    VkResult result = VK_SUCCESS;
-    {
-        AtomicLock atomic(*queue_lock);
-        result = adapter->vkQueueSubmit(queue, 1, &info, submit_fence);
-    }
-    if(adapter->error(result)) {
+    if(!frame->submit_command(queue, *queue_lock, submit_fence)) {
         Log::printf(Log::Error, "VKContext::flush(): can't submit command buffer\n");
         return false;
     }
-    clearSemaphores();
     if(wait) {
         const bool own = (submit_fence == frame->fence);
         if(adapter->error(adapter->vkWaitForFences(device, 1, &submit_fence, VK_TRUE, ~0ull))) return false;
@@ -233,6 +224,7 @@ bool VKContext::flush(bool wait, VkFence fence) {
         Log::printf(Log::Error, "VKContext::flush(): can't begin command buffer\n");
         return false;
     }
+    notify(EventBegin);
     return true;
 }
 
@@ -270,6 +262,8 @@ bool VKContext::finish(bool submit, bool reset) {
             return false;
         }
         recycle_buffers();
+        recycle_queries();
+        notify(EventBegin);
     }
     return true;
 }
@@ -286,9 +280,11 @@ bool VKContext::execute(VKContext *child) {
         Log::printf(Log::Error, "VKContext::execute(): can't end command buffer\n");
         return false;
     }
-    adapter->vkCmdExecuteCommands(getCommand(), 1, &command);
-    // What a child bound is not what this context has bound.
+    // What a child binds is not what this context has bound, and open conditions and queries are not the child's.
     notify(EventCommand);
+    adapter->vkCmdExecuteCommands(getCommand(), 1, &command);
+    frame->children.append(child->retain()); // its device may go before this frame
+    notify(EventBegin);
     return true;
 }
 
@@ -513,13 +509,9 @@ bool VKContext::Frame::begin_command() {
     return !VK::error(adapter->vkBeginCommandBuffer(commands[command_index], &info));
 }
 
-bool VKContext::Frame::submit(VkQueue queue, SpinLock &lock, VkFence submit_fence) {
+bool VKContext::Frame::submit_command(VkQueue queue, SpinLock &lock, VkFence submit_fence) {
     auto info = vk_record<VkSubmitInfo>(VK_STRUCTURE_TYPE_SUBMIT_INFO);
     if(primary) {
-        if(VK::error(adapter->vkEndCommandBuffer(commands[command_index]))) {
-            Log::printf(Log::Error, "VKContext::Frame::submit(): can't end command buffer\n");
-            return false;
-        }
         info.commandBufferCount = 1;
         info.pCommandBuffers = &commands[command_index];
     }
@@ -528,19 +520,32 @@ bool VKContext::Frame::submit(VkQueue queue, SpinLock &lock, VkFence submit_fenc
     info.pWaitDstStageMask = wait_stage_masks.get();
     info.signalSemaphoreCount = signal_semaphores.size();
     info.pSignalSemaphores = signal_semaphores.get();
+    auto timeline = vk_record<VkTimelineSemaphoreSubmitInfo>(VK_STRUCTURE_TYPE_TIMELINE_SEMAPHORE_SUBMIT_INFO);
+    timeline.waitSemaphoreValueCount = wait_values.size();
+    timeline.pWaitSemaphoreValues = wait_values.get();
+    timeline.signalSemaphoreValueCount = signal_values.size();
+    timeline.pSignalSemaphoreValues = signal_values.get();
+    if(adapter->has_timeline_semaphore && (wait_values.size() || signal_values.size())) info.pNext = &timeline;
     VkResult result = VK_SUCCESS;
     {
         AtomicLock atomic(lock);
         result = adapter->vkQueueSubmit(queue, 1, &info, submit_fence);
     }
-    if(adapter->error(result)) {
+    if(adapter->error(result)) return false;
+    clearSemaphores();
+    return true;
+}
+
+bool VKContext::Frame::submit(VkQueue queue, SpinLock &lock, VkFence submit_fence) {
+    if(primary && VK::error(adapter->vkEndCommandBuffer(commands[command_index]))) {
+        Log::printf(Log::Error, "VKContext::Frame::submit(): can't end command buffer\n");
+        return false;
+    }
+    if(!submit_command(queue, lock, submit_fence)) {
         Log::printf(Log::Error, "VKContext::Frame::submit(): can't submit command buffer\n");
         return false;
     }
     submitted = (submit_fence == fence);
-    wait_semaphores.clear();
-    wait_stage_masks.clear();
-    signal_semaphores.clear();
     return true;
 }
 
@@ -566,9 +571,7 @@ bool VKContext::Frame::reset(bool begin) {
     descriptor_index = 0;
     for(uint32_t i = 0; i < descriptor_pools.size(); i++)
         VK::error(adapter->vkResetDescriptorPool(device, descriptor_pools[i], 0));
-    wait_semaphores.clear();
-    wait_stage_masks.clear();
-    signal_semaphores.clear();
+    clearSemaphores();
     if(begin && !begin_command()) {
         Log::printf(Log::Error, "VKContext::Frame::reset(): can't begin command buffer\n");
         return false;
@@ -584,6 +587,10 @@ void VKContext::Frame::releaseResources() {
 #undef VK_RELEASE_LOOP
     for(uint32_t i = 0; i < pointers.size(); i++) adapter->freeMemory(pointers[i]);
     pointers.clear();
+    for(uint32_t i = 0; i < signals.size(); i++) Signal::release(signals[i]);
+    signals.clear();
+    for(uint32_t i = 0; i < children.size(); i++) VKContext::release(children[i]);
+    children.clear();
 }
 
 VkDescriptorPool VKContext::Frame::getDescriptorPool(bool next) {
@@ -626,17 +633,41 @@ VkDescriptorSet VKContext::Frame::allocateDescriptor(VkDescriptorSetLayout layou
     return VK_NULL_HANDLE;
 }
 
+VKContext::Signal::~Signal() {
+    if(semaphore) vkDestroySemaphore(device, semaphore, nullptr);
+    if(fence) vkDestroyFence(device, fence, nullptr);
+}
+
 void VKContext::addWaitSemaphore(VkSemaphore semaphore, VkPipelineStageFlags stage_mask) {
     frame->wait_semaphores.append(semaphore);
+    frame->wait_values.append(0);
     frame->wait_stage_masks.append(stage_mask);
 }
 
-void VKContext::addSignalSemaphore(VkSemaphore semaphore) { frame->signal_semaphores.append(semaphore); }
+void VKContext::addSignalSemaphore(VkSemaphore semaphore) {
+    frame->signal_semaphores.append(semaphore);
+    frame->signal_values.append(0);
+}
 
-void VKContext::clearSemaphores() {
-    frame->wait_semaphores.clear();
-    frame->wait_stage_masks.clear();
-    frame->signal_semaphores.clear();
+void VKContext::addWaitSignal(Signal *signal, uint64_t value) {
+    keepSignal(signal);
+    frame->wait_semaphores.append(signal->semaphore);
+    frame->wait_values.append(value);
+    frame->wait_stage_masks.append(VK_PIPELINE_STAGE_ALL_COMMANDS_BIT);
+}
+
+void VKContext::addSignal(Signal *signal, uint64_t value) {
+    keepSignal(signal);
+    frame->signal_semaphores.append(signal->semaphore);
+    frame->signal_values.append(value);
+}
+
+void VKContext::Frame::clearSemaphores() {
+    wait_semaphores.clear();
+    wait_values.clear();
+    wait_stage_masks.clear();
+    signal_semaphores.clear();
+    signal_values.clear();
 }
 
 VkPipelineStageFlags VKContext::getStages(VkAccessFlags access) const {

@@ -68,6 +68,38 @@ public:
         EventCommand = 0, ///< the command buffer is about to be closed: state that was bound is gone
         EventFinish,      ///< all work ran: descriptor sets are gone and transient memory is about to be
         EventFlip,        ///< the next frame begins: both are gone
+        EventBegin,       ///< a command buffer was begun
+    };
+
+    /// Kinds of queries. Each has pools of its own.
+    enum QueryType { QueryTime = 0, QuerySamples, QueryStatistics, QueryCompactSize, NumQueryTypes };
+
+    /// Place of one result, reset and not in use by the device; null \p pool means that there is none.
+    struct QueryResult {
+        VkQueryPool pool = VK_NULL_HANDLE;
+        uint32_t index = 0;
+        QueryType type = QueryTime;
+        explicit operator bool() const { return pool != VK_NULL_HANDLE; }
+    };
+
+    /// What a submission signals. It lives as long as a fence or a frame uses it.
+    struct Signal : public Allocated, private NoCopy {
+        explicit Signal(VkDevice device) : counter(1), device(device) {}
+        Signal *retain() {
+            counter++;
+            return this;
+        }
+        static void release(Signal *signal) {
+            if(signal && --signal->counter == 0) delete signal;
+        }
+
+        Atomici32 counter;
+        VkDevice device;
+        VkSemaphore semaphore = VK_NULL_HANDLE; // a timeline
+        VkFence fence = VK_NULL_HANDLE;         // for one signal, where the device has no timelines
+
+    private:
+        ~Signal();
     };
 
     /// Whoever records on a context over several calls.
@@ -118,14 +150,23 @@ public:
 
         uint32_t descriptor_index = 0;
         Array<VkDescriptorPool> descriptor_pools;
+        Array<QueryResult> queries;  // to be used again
+        Array<VKContext *> children; // whose commands it runs
+        Array<Signal *> signals;     // that this frame waits for or gives
+        // Of the next submission. Values belong to timelines and are 0 for other semaphores.
         Array<VkSemaphore> wait_semaphores;
-        Array<VkSemaphore> signal_semaphores;
+        Array<uint64_t> wait_values;
         Array<VkPipelineStageFlags> wait_stage_masks;
+        Array<VkSemaphore> signal_semaphores;
+        Array<uint64_t> signal_values;
 
         bool create(VKAdapter *adapter, uint32_t family, VkCommandBufferLevel level);
         void release();
         bool begin_command();
+        /// Ends and submits the open command buffer with the semaphores; submit_command() takes an ended one.
         bool submit(VkQueue queue, SpinLock &lock, VkFence fence);
+        bool submit_command(VkQueue queue, SpinLock &lock, VkFence fence);
+        void clearSemaphores();
         bool wait();
         bool reset(bool begin);
         void releaseResources();
@@ -153,6 +194,9 @@ public:
     VkDevice getDevice() const { return device; }
     VkQueue getQueue() const { return queue; }
     uint32_t getFamily() const { return queue_family; }
+    VkQueueFlags getQueueFlags() const { return queue_flags; }
+    /// Bits of a time stamp that count, 0 for a queue without them.
+    uint32_t getTimestampBits() const { return timestamp_bits; }
     bool isPrimary() const { return primary; }
     uint32_t getNumFrames() const { return frames.size(); }
 
@@ -202,6 +246,23 @@ public:
     /// Makes the device's writes to transient memory visible to the host, after a wait.
     bool invalidateTransient(const Transient &transient);
 
+    /// Makes sure that \p num results are free; one line if the driver refuses.
+    bool reserveQueries(QueryType type, uint32_t num);
+    /// Place of a result; empty after one line.
+    QueryResult getQuery(QueryType type);
+    /// Gives it back when the frame's fence has passed. \p result is empty afterwards.
+    void releaseQuery(QueryResult &result) {
+        if(result) frame->queries.append(result);
+        result = QueryResult();
+    }
+    /// Destroys all pools, which nothing uses any more.
+    void releaseQueries();
+    /// Values of a result are there. \p values holds getNumQueryValues().
+    bool getQueryValues(const QueryResult &result, uint64_t *values) const;
+    /// What this queue counts: a compute queue counts only the last of the statistics.
+    uint32_t getNumQueryValues(QueryType type) const;
+    bool hasHostQueries() const { return adapter->getHostQueryResetFeatures().hostQueryReset; }
+
     /// Destruction when the frame's fence has passed. Null handles are fine.
 #define VK_RELEASE_METHOD(TYPE, NAME, LIST, FUNCTION) \
     void release##NAME(TYPE handle) {                 \
@@ -221,7 +282,12 @@ public:
 
     void addWaitSemaphore(VkSemaphore semaphore, VkPipelineStageFlags stage_mask);
     void addSignalSemaphore(VkSemaphore semaphore);
-    void clearSemaphores();
+    /// The same for a value of a timeline, which stays alive.
+    void addWaitSignal(Signal *signal, uint64_t value);
+    void addSignal(Signal *signal, uint64_t value);
+    /// Keeps it alive until this frame has passed.
+    void keepSignal(Signal *signal) { frame->signals.append(signal->retain()); }
+    void clearSemaphores() { frame->clearSemaphores(); }
 
     /// All memory, or one buffer or image, from one access to another.
     void barrier(VkPipelineStageFlags src_stages, VkPipelineStageFlags dest_stages, VkAccessFlags src_access,
@@ -250,6 +316,7 @@ private:
     void release_buffers(TransientType type);
     Transient get_buffer(TransientType type, uint64_t alignment, uint64_t size);
     void recycle_buffers();
+    void recycle_queries();
     void flush_transients();
     void select_memory();
     void notify(Event event);
@@ -262,6 +329,7 @@ private:
     uint32_t queue_family = 0;
     uint32_t queue_index = 0;
     VkQueueFlags queue_flags = 0;
+    uint32_t timestamp_bits = 0;
     VkQueue queue = VK_NULL_HANDLE;
     SpinLock *queue_lock = nullptr;
     VkPipelineStageFlags shader_stages = 0; // all stages of this queue that run shaders
@@ -272,6 +340,8 @@ private:
     uint64_t epoch = 1;
     uint64_t idle_epoch = 1; // the least epoch that may be running still
     Ring rings[NumTransientTypes];
+    Array<VkQueryPool> query_pools;
+    Array<QueryResult> queries[NumQueryTypes]; // free ones
     Listener *listeners = nullptr;
 };
 

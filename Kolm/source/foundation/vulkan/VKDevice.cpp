@@ -261,8 +261,6 @@ bool VKDevice::execute(Device *device) {
     return context->execute(cast<VKDevice>(device)->context);
 }
 
-bool VKDevice::flip_frame(Fence *) { return context->flip(context->isPrimary(), true); }
-
 bool VKDevice::flush() { return context->flush(false); }
 
 bool VKDevice::finish() { return context->finish(true, false); }

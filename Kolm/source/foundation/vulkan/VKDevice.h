@@ -2,6 +2,7 @@
 //
 //     VKDevice.cpp         identity, features, sub-devices, buffers, frames
 //     VKDeviceTexture.cpp  samplers, textures and tables
+//     VKDeviceTracing.cpp  acceleration structures, queries, fences
 
 #pragma once
 
@@ -34,6 +35,7 @@ public:
     String getVersion() const override;
     const Features &getFeatures() const override;
 
+    bool hasQuery(Query::Type type) const override;
     bool hasShader(Shader::Type type) const override;
     bool hasTarget(Format format) const override;
     bool hasTexture(Format format) const override;
@@ -47,6 +49,10 @@ public:
     Device *createComputeDevice(uint32_t frames) override;
     Device *createCopyDevice(uint32_t frames) override;
 
+    using Device::createQuery;
+    Query *createQuery() override;
+    using Device::createFence;
+    Fence *createFence() override;
     using Device::createBuffer;
     Buffer *createBuffer() override;
     using Device::createSampler;
@@ -57,6 +63,8 @@ public:
     BufferTable *createBufferTable() override;
     using Device::createTextureTable;
     TextureTable *createTextureTable() override;
+    using Device::createTracing;
+    Tracing *createTracing(const Tracing *tracing = nullptr) override;
     using Device::createShader;
     Shader *createShader() override;
     Kernel *createKernel(const Kernel *kernel = nullptr) override;
@@ -99,6 +107,18 @@ protected:
     void release_buffer_table(BufferTable *table) override;
     bool set_texture_table(TextureTable *table, uint32_t index, Texture **textures, uint32_t num) override;
     void release_texture_table(TextureTable *table) override;
+    bool set_tracing(Tracing *tracing, const Tracing::Instance *instances, uint32_t num) override;
+    bool build_tracings(Tracing **tracings, uint32_t num, Buffer *scratch, const size_t *offsets,
+                        Tracing::Flags flags) override;
+    bool copy_tracings(Tracing **tracings, uint32_t num, Buffer *buffer, size_t offset, size_t stride) override;
+    bool compact_tracing(Tracing *tracing) override;
+    bool flush_tracings(Tracing **tracings, uint32_t num) override;
+    void release_tracing(Tracing *tracing) override;
+    bool begin_query(Query *query) override;
+    bool end_query(Query *query) override;
+    bool copy_queries(Query **queries, uint32_t num, Buffer *buffer, size_t offset, size_t stride) override;
+    bool wait_fence(Fence *fence) override;
+    bool signal_fence(Fence *fence) override;
     bool flip_frame(Fence *fence) override;
 
 private:

@@ -2,6 +2,7 @@
 
 #include "KolmLog.h"
 #include "VKBuffer.h"
+#include "VKTracing.h"
 
 namespace Kolm {
 
@@ -33,6 +34,7 @@ void VKRecorder::drop_sets() {
 void VKRecorder::notify(VKContext::Event event) {
     switch(event) {
     case VKContext::EventCommand: end_conditional(); return;
+    case VKContext::EventBegin: return;
     case VKContext::EventFinish: save_memory(); break;
     case VKContext::EventFlip:
         for(auto &data : saved_data) data.clear();
@@ -132,6 +134,9 @@ bool VKRecorder::check_resources(const Slot *indirect) {
     for(uint32_t i = 0; i < parameters->getNumTexels(); i++)
         status &= check(static_cast<VKBuffer *>(slots.texels[i])->getBufferView(), bound_texels[i],
                         RecorderSlots::UpdateTexel);
+    for(uint32_t i = 0; i < parameters->getNumTracings(); i++)
+        status &= check(static_cast<VKTracing *>(slots.tracings[i])->getTracing(), bound_tracings[i],
+                        RecorderSlots::UpdateTracing);
     return status && (indirect == nullptr || getBuffer(*indirect) != VK_NULL_HANDLE);
 }
 
@@ -171,6 +176,9 @@ void VKRecorder::get_uses(Uses &uses) const {
     }
     for(uint32_t i = 0; i < parameters->getNumTexels(); i++)
         uses.append(static_cast<VKBuffer *>(slots.texels[i]), VK_ACCESS_SHADER_READ_BIT);
+    for(uint32_t i = 0; i < parameters->getNumTracings(); i++)
+        uses.append(static_cast<VKTracing *>(slots.tracings[i])->getTracingBuffer(),
+                    VK_ACCESS_ACCELERATION_STRUCTURE_READ_BIT_KHR);
 }
 
 void VKRecorder::updateUses() {
@@ -186,7 +194,7 @@ void VKRecorder::updateBarriers(const Slot *indirect, VkPipelineStageFlags stage
     bool changed = false;
     for(uint32_t i = 0; i < uses.num; i++) {
         uses.buffers[i]->setUsed(context);
-        changed |= (uses.buffers[i]->getBufferAccess() != uses.access[i]);
+        changed |= uses.buffers[i]->isAccessNeeded(uses.access[i], stages);
     }
     if(changed) {
         VKContext::Barriers barriers;

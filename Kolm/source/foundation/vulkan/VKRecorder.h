@@ -55,7 +55,8 @@ public:
 
 private:
     static constexpr uint32_t NumSlots = 72; // that can hold transient memory
-    static constexpr uint32_t NumUses = Parameters::NumUniforms + Parameters::NumStorages + Parameters::NumTexels + 1;
+    static constexpr uint32_t NumUses =
+        Parameters::NumUniforms + Parameters::NumStorages + Parameters::NumTexels + Parameters::NumTracings + 1;
     static constexpr uint32_t MaxSets = VKBindings::NumSets + Parameters::NumTables;
 
     // Buffers of one dispatch and what it does with each.
@@ -102,6 +103,7 @@ private:
     VkBuffer bound_uniforms[Parameters::NumUniforms] = {};
     VkBuffer bound_storages[Parameters::NumStorages] = {};
     VkBufferView bound_texels[Parameters::NumTexels] = {};
+    VkAccelerationStructureKHR bound_tracings[Parameters::NumTracings] = {};
 
     // Transient buffers that a dispatch wrote since the last barrier over them. Nobody else can ask for one.
     uint32_t num_written = 0;

@@ -57,8 +57,21 @@ bool VKRecorder::update_buffers() {
 }
 
 bool VKRecorder::update_tracings() {
-    Log::printf(Log::Error, "%s::update(): tracings are not supported\n", name);
-    return false;
+    const VkDescriptorSet set = allocate_set(VKBindings::SetTracing, "tracing");
+    if(set == VK_NULL_HANDLE) return false;
+    VkWriteDescriptorSet writes[Parameters::NumTracings];
+    VkWriteDescriptorSetAccelerationStructureKHR records[Parameters::NumTracings];
+    for(uint32_t i = 0; i < parameters->getNumTracings(); i++) {
+        records[i] = vk_record<VkWriteDescriptorSetAccelerationStructureKHR>(
+            VK_STRUCTURE_TYPE_WRITE_DESCRIPTOR_SET_ACCELERATION_STRUCTURE_KHR);
+        records[i].accelerationStructureCount = 1;
+        records[i].pAccelerationStructures = &bound_tracings[i];
+        writes[i] =
+            get_write(set, parameters->getTracingOffset() + i, 1, VK_DESCRIPTOR_TYPE_ACCELERATION_STRUCTURE_KHR);
+        writes[i].pNext = &records[i];
+    }
+    adapter->vkUpdateDescriptorSets(context->getDevice(), parameters->getNumTracings(), writes, 0, nullptr);
+    return true;
 }
 
 bool VKRecorder::update_texels() {

@@ -158,6 +158,7 @@ void VKAdapter::load_queues() {
         Queue queue;
         queue.flags = families[i].queueFlags;
         queue.family = i;
+        queue.timestamp_bits = families[i].timestampValidBits;
         queues.append(queue);
     }
 }

@@ -35,6 +35,7 @@ public:
     struct Queue {
         VkQueueFlags flags = 0;
         uint32_t family = 0;
+        uint32_t timestamp_bits = 0; // that count, 0 without timestamps
     };
 
     /// Which families and queues serve graphics, compute and copies. ~0 where there is none.
