@@ -197,6 +197,8 @@ public:
     VkQueueFlags getQueueFlags() const { return queue_flags; }
     /// Bits of a time stamp that count, 0 for a queue without them.
     uint32_t getTimestampBits() const { return timestamp_bits; }
+    /// Whether the queue does all of that work.
+    bool hasQueueFlags(VkQueueFlags flags) const { return (queue_flags & flags) == flags; }
     bool isPrimary() const { return primary; }
     uint32_t getNumFrames() const { return frames.size(); }
 

@@ -100,6 +100,13 @@ protected:
     bool flush_buffers(Buffer **buffers, uint32_t num, Buffer::Flags flags) override;
     void release_buffer(Buffer *buffer) override;
     void release_sampler(Sampler *sampler) override;
+    bool set_texture(Texture *texture, const Origin &origin, const Slice &dest_slice, const Image &image,
+                     const Slice &image_slice) override;
+    bool get_texture(Texture *texture, const Slice &slice, Image &image, const Slice &image_slice) override;
+    bool copy_texture(Texture *dest, const Origin &origin, const Slice &dest_slice, Texture *src, const Region &region,
+                      const Slice &src_slice) override;
+    bool clear_texture(Texture *texture, const Region &region, const Slice &slice, const void *value) override;
+    bool create_mipmaps(Texture *texture, const Slice &slice) override;
     bool flush_texture(Texture *texture, const Slice &slice, Texture::Flags flags) override;
     bool flush_textures(Texture **textures, uint32_t num, Texture::Flags flags) override;
     void release_texture(Texture *texture) override;

@@ -39,6 +39,28 @@ void VKDevice::release_sampler(Sampler *sampler) { cast<VKSampler>(sampler)->rel
 
 void VKDevice::release_texture(Texture *texture) { cast<VKTexture>(texture)->clear(); }
 
+bool VKDevice::set_texture(Texture *texture, const Origin &origin, const Slice &dest_slice, const Image &image,
+                           const Slice &image_slice) {
+    return cast<VKTexture>(texture)->set(context, origin, dest_slice, image, image_slice);
+}
+
+bool VKDevice::get_texture(Texture *texture, const Slice &slice, Image &image, const Slice &image_slice) {
+    return cast<VKTexture>(texture)->get(context, slice, image, image_slice);
+}
+
+bool VKDevice::copy_texture(Texture *dest, const Origin &origin, const Slice &dest_slice, Texture *src,
+                            const Region &region, const Slice &src_slice) {
+    return cast<VKTexture>(dest)->copy(context, origin, dest_slice, cast<VKTexture>(src), region, src_slice);
+}
+
+bool VKDevice::clear_texture(Texture *texture, const Region &region, const Slice &slice, const void *value) {
+    return cast<VKTexture>(texture)->clear(context, region, slice, value);
+}
+
+bool VKDevice::create_mipmaps(Texture *texture, const Slice &slice) {
+    return cast<VKTexture>(texture)->createMipmaps(context, slice);
+}
+
 bool VKDevice::flush_texture(Texture *texture, const Slice &, Texture::Flags flags) {
     return flush_textures(&texture, 1, flags);
 }

@@ -99,6 +99,8 @@ public:
         VK_FORMAT_FEATURE_SAMPLED_IMAGE_BIT | VK_FORMAT_FEATURE_TRANSFER_SRC_BIT | VK_FORMAT_FEATURE_TRANSFER_DST_BIT;
 
 private:
+    static constexpr uint32_t MaxFillSize = 1u << 20; // bytes of the pixels that fills copy
+
     VkImageUsageFlags get_usage_flags() const;
     VkImageCreateFlags get_create_flags() const;
     VkMemoryPropertyFlags get_memory_properties(uint32_t type_bits) const;
@@ -107,6 +109,9 @@ private:
     bool create_memory();
     bool create_objects();
     VkImageView create_view(const Slice &slice, Format format, ViewType type);
+    void copy_within(VKContext *context, const Array<VkImageCopy> &copies, const Slice &dest_slice,
+                     const Slice &src_slice);
+    bool fill_region(VKContext *context, const Region &region, const Slice &slice, const uint8_t *value);
     void destroy();
 
     uint32_t get_layer(uint32_t face, uint32_t layer) const { return layer * texture_faces + face; }
