@@ -392,6 +392,8 @@ protected:
 
     /// Target of this device that is enabled now, or null: nothing but drawing can be recorded then.
     virtual const Target *get_enabled_target() const { return nullptr; }
+    /// Expects that no target is enabled.
+    void check_transfer(const Caller &caller) const;
 
     /// Object that keeps its parameters if \p created, else deletes it and gives null: the end of every factory.
     template<class Type> static Type *get_created(Type *object, bool created) {
@@ -402,7 +404,6 @@ protected:
 
 private:
     bool refuse(const char *method, const char *kind) const;
-    void check_transfer(const Caller &caller) const;
     void check_fence(const Caller &caller, const Fence *fence) const;
 };
 

@@ -30,12 +30,14 @@ protected:
     bool record_copy(Buffer *dest, size_t dest_offset, Buffer *src, size_t src_offset, size_t size) override;
     bool record_clear(Buffer *buffer, Format format, size_t offset, const void *value, size_t size) override;
     void record_barrier(Buffer **buffers, uint32_t num) override;
+    void record_texture_barrier(Texture **textures, uint32_t num) override;
     void record_begin_conditional(Buffer *buffer, size_t offset) override;
     void record_end_conditional() override;
     bool record_begin_query(Query *query) override;
     bool record_end_query(Query *query) override;
 
 private:
+    void check_target(const char *method) const;
     bool update(const Slot *source);
 
     VKAdapter *adapter;

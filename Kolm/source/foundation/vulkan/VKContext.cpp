@@ -33,6 +33,7 @@ VKContext::VKContext(VKAdapter *adapter, uint32_t family, uint32_t index)
 
 VKContext::~VKContext() {
     destroy();
+    release(parent);
     adapter->releaseContext();
     VK::release();
 }
@@ -132,7 +133,9 @@ void VKContext::destroy() {
 
 VkCommandBuffer VKContext::getCommand(bool check) const {
     if(check) KOLM_ASSERT(frame && "VKContext::getCommand(): context is not created");
-    return frame ? frame->commands[frame->command_index] : VK_NULL_HANDLE;
+    if(frame == nullptr) return VK_NULL_HANDLE;
+    frame->recorded = true;
+    return frame->commands[frame->command_index];
 }
 
 void VKContext::addListener(Listener *listener) {
@@ -153,7 +156,7 @@ void VKContext::notify(Event event) {
     for(Listener *listener = listeners; listener; listener = listener->next_listener) listener->notify(event);
     if(event != EventCommand) return;
     // Read buffers are mapped after a wait and without any command of their own.
-    if(primary)
+    if(primary && target == nullptr)
         barrier(VK_PIPELINE_STAGE_ALL_COMMANDS_BIT, VK_PIPELINE_STAGE_HOST_BIT, VK_ACCESS_MEMORY_WRITE_BIT,
                 VK_ACCESS_HOST_READ_BIT);
     flush_transients();
@@ -265,6 +268,28 @@ bool VKContext::finish(bool submit, bool reset) {
         recycle_queries();
         notify(EventBegin);
     }
+    return true;
+}
+
+void VKContext::setParent(VKContext *new_parent) {
+    VKContext *old_parent = parent;
+    parent = new_parent ? new_parent->retain() : nullptr;
+    release(old_parent);
+}
+
+bool VKContext::inherit(VkRenderPass pass, VkFramebuffer framebuffer) {
+    KOLM_ASSERT(!primary && "VKContext::inherit(): context is not secondary");
+    if(frame->framebuffer == framebuffer && frame->pass == pass) return true;
+    if(frame->recorded) {
+        Log::printf(Log::Error, "VKContext::inherit(): other commands were recorded since the last flip\n");
+        return false;
+    }
+    if(VK::error(adapter->vkResetCommandBuffer(frame->commands[frame->command_index], 0)) ||
+       !frame->begin_command(pass, framebuffer)) {
+        Log::printf(Log::Error, "VKContext::inherit(): can't begin command buffer\n");
+        return false;
+    }
+    epoch++;
     return true;
 }
 
@@ -501,10 +526,16 @@ void VKContext::Frame::release() {
     fence = VK_NULL_HANDLE;
 }
 
-bool VKContext::Frame::begin_command() {
+bool VKContext::Frame::begin_command(VkRenderPass new_pass, VkFramebuffer new_framebuffer) {
+    recorded = false;
+    pass = new_pass;
+    framebuffer = new_framebuffer;
     auto inheritance = vk_record<VkCommandBufferInheritanceInfo>(VK_STRUCTURE_TYPE_COMMAND_BUFFER_INHERITANCE_INFO);
+    inheritance.renderPass = pass;
+    inheritance.framebuffer = framebuffer;
     auto info = vk_record<VkCommandBufferBeginInfo>(VK_STRUCTURE_TYPE_COMMAND_BUFFER_BEGIN_INFO);
     info.flags = VK_COMMAND_BUFFER_USAGE_ONE_TIME_SUBMIT_BIT;
+    if(pass) info.flags |= VK_COMMAND_BUFFER_USAGE_RENDER_PASS_CONTINUE_BIT;
     if(!primary) info.pInheritanceInfo = &inheritance;
     return !VK::error(adapter->vkBeginCommandBuffer(commands[command_index], &info));
 }

@@ -14,6 +14,8 @@
 
 namespace Kolm {
 
+class VKTarget;
+
 /// Belongs to one thread. Several contexts may share an adapter and even its queue.
 class VKContext : public Allocated, private NoCopy {
 public:
@@ -127,6 +129,7 @@ public:
     X(VkAccelerationStructureKHR, AccelerationStructure, tracings, vkDestroyAccelerationStructureKHR) \
     X(VkDescriptorPool, DescriptorPool, descriptors, vkDestroyDescriptorPool)                         \
     X(VkFramebuffer, Framebuffer, framebuffers, vkDestroyFramebuffer)                                 \
+    X(VkRenderPass, RenderPass, render_passes, vkDestroyRenderPass)                                   \
     X(VkPipeline, Pipeline, pipelines, vkDestroyPipeline)                                             \
     X(VkPipelineLayout, PipelineLayout, pipeline_layouts, vkDestroyPipelineLayout)                    \
     X(VkDescriptorSetLayout, DescriptorLayout, descriptor_layouts, vkDestroyDescriptorSetLayout)
@@ -140,6 +143,9 @@ public:
         VkFence fence = VK_NULL_HANDLE;
         VkCommandPool pool = VK_NULL_HANDLE;
         uint32_t command_index = 0;
+        mutable bool recorded = false;      // the open command buffer was asked for
+        VkRenderPass pass = VK_NULL_HANDLE; // that a secondary command buffer draws in
+        VkFramebuffer framebuffer = VK_NULL_HANDLE;
         VkCommandBuffer commands[MaxFlushes + 1] = {};
         Array<Buffer *> transients[NumTransientTypes]; // used by this frame
 
@@ -162,7 +168,7 @@ public:
 
         bool create(VKAdapter *adapter, uint32_t family, VkCommandBufferLevel level);
         void release();
-        bool begin_command();
+        bool begin_command(VkRenderPass pass = VK_NULL_HANDLE, VkFramebuffer framebuffer = VK_NULL_HANDLE);
         /// Ends and submits the open command buffer with the semaphores; submit_command() takes an ended one.
         bool submit(VkQueue queue, SpinLock &lock, VkFence fence);
         bool submit_command(VkQueue queue, SpinLock &lock, VkFence fence);
@@ -228,6 +234,18 @@ public:
     bool finish(bool submit, bool reset);
     /// Runs the one command buffer of a secondary context within this one.
     bool execute(VKContext *child);
+
+    /// Context whose device made this secondary one, or null.
+    void setParent(VKContext *new_parent);
+    VKContext *getParent() const { return parent; }
+    /// Target that is enabled on this context, or null. Nothing but drawing is recorded then.
+    void setTarget(VKTarget *new_target) { target = new_target; }
+    VKTarget *getTarget() const { return target; }
+    /// Makes the open command buffer of a secondary context one that draws in a pass. Nothing else may have been
+    /// recorded since the last flip. One line and false otherwise.
+    bool inherit(VkRenderPass pass, VkFramebuffer framebuffer);
+    /// Framebuffer of inherit(), null if there is none.
+    VkFramebuffer getInherited() const { return frame->framebuffer; }
 
     bool reserveUploadBuffers(uint64_t size) { return reserve_buffers(TransientUpload, size); }
     bool reserveDownloadBuffers(uint64_t size) { return reserve_buffers(TransientDownload, size); }
@@ -345,6 +363,8 @@ private:
     Array<VkQueryPool> query_pools;
     Array<QueryResult> queries[NumQueryTypes]; // free ones
     Listener *listeners = nullptr;
+    VKContext *parent = nullptr;
+    VKTarget *target = nullptr;
 };
 
 } // namespace Kolm

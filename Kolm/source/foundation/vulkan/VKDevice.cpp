@@ -1,6 +1,7 @@
 #include "VKDevice.h"
 
 #include "KolmBackend.h"
+#include "KolmCaller.h"
 #include "KolmLog.h"
 #include "VKBuffer.h"
 #include "VKCompute.h"
@@ -18,7 +19,11 @@ VKDevice::VKDevice(VKOffscreen *offscreen) : VKDevice(offscreen->getContext()->r
 
 VKDevice::VKDevice(VKSurface *surface) : VKDevice(surface->getContext()->retain()) {}
 
-VKDevice::~VKDevice() { VKContext::release(context); }
+// A frame of the parent may hold this context as one that it runs: the two must not keep each other alive.
+VKDevice::~VKDevice() {
+    context->setParent(nullptr);
+    VKContext::release(context);
+}
 
 String VKDevice::getName() const { return adapter->getName(); }
 
@@ -177,8 +182,10 @@ Device *VKDevice::createDevice(uint32_t index, uint32_t frames) {
 // than the parent has keeps it from being used again too early.
 Device *VKDevice::createCommandDevice(uint32_t frames) {
     frames = max(frames, context->getNumFrames() + 1);
-    return create_device(adapter, adapter->graphics_family, adapter->graphics_index, VK_COMMAND_BUFFER_LEVEL_SECONDARY,
-                         frames);
+    Device *device = create_device(adapter, adapter->graphics_family, adapter->graphics_index,
+                                   VK_COMMAND_BUFFER_LEVEL_SECONDARY, frames);
+    if(device) static_cast<VKDevice *>(device)->context->setParent(context);
+    return device;
 }
 
 Device *VKDevice::createComputeDevice(uint32_t frames) {
@@ -256,14 +263,15 @@ bool VKDevice::waitVKFence(VkFence fence, uint64_t timeout, bool reset) {
     return (!reset || !adapter->error(adapter->vkResetFences(context->getDevice(), 1, &fence)));
 }
 
-bool VKDevice::execute(Device *device) {
-    KOLM_ASSERT(device && device != this && "VKDevice::execute(): device is null");
-    return context->execute(cast<VKDevice>(device)->context);
+bool VKDevice::flush() {
+    check_transfer({*this, "Device", "flush"});
+    return context->flush(false);
 }
 
-bool VKDevice::flush() { return context->flush(false); }
-
-bool VKDevice::finish() { return context->finish(true, false); }
+bool VKDevice::finish() {
+    check_transfer({*this, "Device", "finish"});
+    return context->finish(true, false);
+}
 
 bool VKDevice::check() { return !adapter->isLost(); }
 

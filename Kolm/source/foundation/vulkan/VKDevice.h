@@ -3,6 +3,7 @@
 //     VKDevice.cpp         identity, features, sub-devices, buffers, frames
 //     VKDeviceTexture.cpp  samplers, textures and tables
 //     VKDeviceTracing.cpp  acceleration structures, queries, fences
+//     VKDeviceDraw.cpp     targets, pipelines, draw recorders
 
 #pragma once
 
@@ -70,6 +71,10 @@ public:
     Kernel *createKernel(const Kernel *kernel = nullptr) override;
     void releaseKernel(Kernel *kernel) override;
     Compute *createCompute() override;
+    using Device::createTarget;
+    Target *createTarget() override;
+    Target *createTarget(Surface *surface) override;
+    Pipeline *createPipeline(const Pipeline *pipeline = nullptr) override;
 
     /// Tells what the application did to a buffer by its own commands.
     void setBufferAccess(Buffer *buffer, VkAccessFlags access);
@@ -126,6 +131,9 @@ protected:
     bool copy_queries(Query **queries, uint32_t num, Buffer *buffer, size_t offset, size_t stride) override;
     bool wait_fence(Fence *fence) override;
     bool signal_fence(Fence *fence) override;
+    void release_pipeline(Pipeline *pipeline) override;
+    Command *create_command(Target *target) override;
+    const Target *get_enabled_target() const override;
     bool flip_frame(Fence *fence) override;
 
 private:

@@ -3,6 +3,8 @@
 #include "KolmLog.h"
 #include "VKBuffer.h"
 #include "VKTracing.h"
+#include "VKSampler.h"
+#include "VKTexture.h"
 
 namespace Kolm {
 
@@ -124,9 +126,24 @@ bool VKRecorder::check_resources(const Slot *indirect) {
     const auto check = [this](auto handle, auto &bound, uint32_t update) {
         if(handle != bound) slots.update_mask |= update;
         bound = handle;
-        return handle != VK_NULL_HANDLE;
+        return handle != decltype(handle)(0);
     };
     bool status = true;
+    // Elements of arrays may be empty.
+    for(uint32_t i = 0; i < parameters->getNumSamplers(); i++) {
+        if(slots.samplers[i])
+            status &= check(static_cast<VKSampler *>(slots.samplers[i])->getSampler(), bound_samplers[i],
+                            RecorderSlots::UpdateSampler);
+    }
+    const auto check_texture = [&](Texture *texture, uint64_t &bound, uint32_t update) {
+        if(texture == nullptr) return;
+        const VKTexture *vk_texture = static_cast<VKTexture *>(texture);
+        status &= check(vk_texture->isCreated() ? vk_texture->getImageID() : 0, bound, update);
+    };
+    for(uint32_t i = 0; i < parameters->getNumTextures(); i++)
+        check_texture(slots.textures[i].texture, bound_textures[i], RecorderSlots::UpdateTexture);
+    for(uint32_t i = 0; i < parameters->getNumSurfaces(); i++)
+        check_texture(slots.surfaces[i].texture, bound_surfaces[i], RecorderSlots::UpdateSurface);
     for(uint32_t i = 0; i < parameters->getNumUniforms(); i++)
         status &= check(getBuffer(slots.uniforms[i]), bound_uniforms[i], RecorderSlots::UpdateUniform);
     for(uint32_t i = 0; i < parameters->getNumStorages(); i++)
@@ -191,13 +208,14 @@ void VKRecorder::updateBarriers(const Slot *indirect, VkPipelineStageFlags stage
     Uses uses;
     get_uses(uses);
     if(indirect) uses.append(static_cast<VKBuffer *>(indirect->buffer), VK_ACCESS_INDIRECT_COMMAND_READ_BIT);
-    bool changed = false;
+    bool changed = (parameters->getNumTextures() + parameters->getNumSurfaces() != 0);
     for(uint32_t i = 0; i < uses.num; i++) {
         uses.buffers[i]->setUsed(context);
         changed |= uses.buffers[i]->isAccessNeeded(uses.access[i], stages);
     }
     if(changed) {
         VKContext::Barriers barriers;
+        update_images(barriers, stages);
         for(uint32_t i = 0; i < uses.num; i++) {
             VkPipelineStageFlags use_stages = stages;
             if(uses.access[i] & VK_ACCESS_INDIRECT_COMMAND_READ_BIT) use_stages |= VK_PIPELINE_STAGE_DRAW_INDIRECT_BIT;
@@ -206,6 +224,24 @@ void VKRecorder::updateBarriers(const Slot *indirect, VkPipelineStageFlags stage
         context->barrier(barriers);
     }
     update_transients(stages);
+}
+
+// Textures are read in the layout that they always have, unless the same dispatch writes them.
+void VKRecorder::update_images(VKContext::Barriers &barriers, VkPipelineStageFlags stages) const {
+    for(uint32_t i = 0; i < parameters->getNumSurfaces(); i++) {
+        VKTexture *texture = static_cast<VKTexture *>(slots.surfaces[i].texture);
+        if(texture)
+            texture->setTextureLayout(barriers, context, VK_IMAGE_LAYOUT_GENERAL, false,
+                                      VK_ACCESS_SHADER_READ_BIT | VK_ACCESS_SHADER_WRITE_BIT, stages);
+    }
+    for(uint32_t i = 0; i < parameters->getNumTextures(); i++) {
+        VKTexture *texture = static_cast<VKTexture *>(slots.textures[i].texture);
+        bool is_surface = (texture == nullptr);
+        for(uint32_t j = 0; j < parameters->getNumSurfaces(); j++) is_surface |= (slots.surfaces[j].texture == texture);
+        if(!is_surface)
+            texture->setTextureLayout(barriers, context, texture->getReadLayout(), false, VK_ACCESS_SHADER_READ_BIT,
+                                      stages);
+    }
 }
 
 // Transient storage that dispatches write: in the order of the calls, since no call names it.

@@ -15,6 +15,7 @@
 namespace Kolm {
 
 class VKBuffer;
+class VKTexture;
 
 /// Part of a recorder. Bindings are recorded again in a new command buffer; transient data is kept over a wait and
 /// dropped by a flip.
@@ -77,7 +78,13 @@ private:
     void begin_conditional();
     void end_conditional();
 
+    void update_images(VKContext::Barriers &barriers, VkPipelineStageFlags stages) const;
+
     VkDescriptorSet allocate_set(VKBindings::SetType type, const char *kind);
+    bool get_image(VkDescriptorImageInfo &info, const RecorderSlots::TextureSlot &slot, bool is_surface) const;
+    bool update_samplers();
+    bool update_images();
+    bool update_tables();
     bool update_buffers();
     bool update_texels();
     bool update_tracings();
@@ -100,6 +107,9 @@ private:
     uint32_t first_set = 0;
     uint32_t end_set = 0;
     // Handles in the present sets: an object may have been created anew under the same address.
+    VkSampler bound_samplers[Parameters::NumSamplers] = {};
+    uint64_t bound_textures[Parameters::NumTextures] = {};
+    uint64_t bound_surfaces[Parameters::NumSurfaces] = {};
     VkBuffer bound_uniforms[Parameters::NumUniforms] = {};
     VkBuffer bound_storages[Parameters::NumStorages] = {};
     VkBufferView bound_texels[Parameters::NumTexels] = {};

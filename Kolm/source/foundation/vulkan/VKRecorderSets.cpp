@@ -3,7 +3,10 @@
 
 #include "KolmLog.h"
 #include "VKBuffer.h"
+#include "VKBufferTable.h"
 #include "VKRecorder.h"
+#include "VKTexture.h"
+#include "VKTextureTable.h"
 
 namespace Kolm {
 
@@ -28,6 +31,87 @@ VkDescriptorSet VKRecorder::allocate_set(VKBindings::SetType type, const char *k
         Log::printf(Log::Error, "%s::update(): can't allocate %s descriptor\n", name, kind);
     }
     return sets[bindings->getSetIndex(type)] = set;
+}
+
+// An empty element of an array has the contents of the first one.
+bool VKRecorder::update_samplers() {
+    const VkDescriptorSet set = allocate_set(VKBindings::SetSampler, "sampler");
+    if(set == VK_NULL_HANDLE) return false;
+    const Parameters::SlotList list = parameters->getSlots(Parameters::KindSampler);
+    VkWriteDescriptorSet writes[Parameters::NumSamplers];
+    VkDescriptorImageInfo infos[Parameters::NumSamplers];
+    uint32_t num = 0;
+    for(uint32_t i = 0; i < list.num; i += list.getArray(i)) {
+        writes[num] = get_write(set, list.offset + i, list.getArray(i), VK_DESCRIPTOR_TYPE_SAMPLER);
+        writes[num++].pImageInfo = &infos[i];
+        for(uint32_t j = i; j < i + list.getArray(i); j++) {
+            const bool is_set = (j < list.num && slots.samplers[j]);
+            infos[j] = {bound_samplers[is_set ? j : i], VK_NULL_HANDLE, VK_IMAGE_LAYOUT_UNDEFINED};
+        }
+    }
+    adapter->vkUpdateDescriptorSets(context->getDevice(), num, writes, 0, nullptr);
+    return true;
+}
+
+bool VKRecorder::get_image(VkDescriptorImageInfo &info, const RecorderSlots::TextureSlot &slot, bool is_surface) const {
+    VKTexture *texture = static_cast<VKTexture *>(slot.texture);
+    info = {};
+    info.imageLayout = texture->getReadLayout();
+    info.imageView =
+        texture->getTextureView(slot.slice, slot.format, is_surface ? VKTexture::ViewSurface : VKTexture::ViewTexture);
+    if(info.imageView == VK_NULL_HANDLE) return false;
+    if(texture->getTextureLayout() == info.imageLayout) return true;
+    // Only in a pass: everywhere else a barrier was recorded.
+    const char *text = texture->getName() ? texture->getName().get() : "unnamed";
+    Log::printf(Log::Error, "%s::update(): %s texture had no contents when the target was enabled\n", name, text);
+    return false;
+}
+
+bool VKRecorder::update_images() {
+    const VkDescriptorSet set = allocate_set(VKBindings::SetImage, "image");
+    if(set == VK_NULL_HANDLE) return false;
+    VkWriteDescriptorSet writes[Parameters::NumTextures + Parameters::NumSurfaces];
+    VkDescriptorImageInfo infos[Parameters::NumTextures + Parameters::NumSurfaces];
+    uint32_t num = 0;
+    uint32_t num_infos = 0;
+    for(const bool is_surface : {false, true}) {
+        const Parameters::SlotList list =
+            parameters->getSlots(is_surface ? Parameters::KindSurface : Parameters::KindTexture);
+        const RecorderSlots::TextureSlot *textures = is_surface ? slots.surfaces : slots.textures;
+        for(uint32_t i = 0; i < list.num; i += list.getArray(i)) {
+            writes[num] = get_write(set, list.offset + i, list.getArray(i),
+                                    is_surface ? VK_DESCRIPTOR_TYPE_STORAGE_IMAGE : VK_DESCRIPTOR_TYPE_SAMPLED_IMAGE);
+            writes[num++].pImageInfo = &infos[num_infos];
+            for(uint32_t j = i; j < i + list.getArray(i); j++) {
+                const bool is_set = (j < list.num && textures[j].texture);
+                if(!get_image(infos[num_infos++], textures[is_set ? j : i], is_surface)) return false;
+            }
+        }
+    }
+    adapter->vkUpdateDescriptorSets(context->getDevice(), num, writes, 0, nullptr);
+    return true;
+}
+
+// Tables bring their sets along.
+bool VKRecorder::update_tables() {
+    const uint32_t first = bindings->getTableIndex();
+    const bool changed =
+        (slots.update_mask & (RecorderSlots::UpdateTextureTable | RecorderSlots::UpdateStorageTable)) != 0;
+    for(uint32_t i = 0; i < parameters->getNumTables(); i++) {
+        const bool is_texture = (parameters->getTableType(i) == Parameters::TableTypeTexture);
+        const VkDescriptorSet set = is_texture
+                                        ? static_cast<VKTextureTable *>(slots.texture_tables[i])->getDescriptorSet()
+                                        : static_cast<VKBufferTable *>(slots.storage_tables[i])->getDescriptorSet();
+        if(set == VK_NULL_HANDLE) {
+            Log::printf(Log::Error, "%s::update(): table %u is not created\n", name, i);
+            return false;
+        }
+        if(sets[first + i] == set && !changed) continue;
+        sets[first + i] = set;
+        first_set = min(first_set, first + i);
+        end_set = max(end_set, first + i + 1);
+    }
+    return true;
 }
 
 // Dynamic slots leave their offsets to the bind.
@@ -126,10 +210,15 @@ bool VKRecorder::updateSets() {
 
     first_set = bindings->getNumSets();
     end_set = 0;
-    if(!update_set(VKBindings::SetBuffer, (update & buffer_mask) != 0, &VKRecorder::update_buffers) ||
+    if(!update_set(VKBindings::SetSampler, (update & RecorderSlots::UpdateSampler) != 0,
+                   &VKRecorder::update_samplers) ||
+       !update_set(VKBindings::SetImage, (update & (RecorderSlots::UpdateTexture | RecorderSlots::UpdateSurface)) != 0,
+                   &VKRecorder::update_images) ||
+       !update_set(VKBindings::SetBuffer, (update & buffer_mask) != 0, &VKRecorder::update_buffers) ||
        !update_set(VKBindings::SetTracing, (update & RecorderSlots::UpdateTracing) != 0,
                    &VKRecorder::update_tracings) ||
-       !update_set(VKBindings::SetTexel, (update & RecorderSlots::UpdateTexel) != 0, &VKRecorder::update_texels))
+       !update_set(VKBindings::SetTexel, (update & RecorderSlots::UpdateTexel) != 0, &VKRecorder::update_texels) ||
+       !update_tables())
         return false;
     const uint32_t buffer_set = bindings->getSetIndex(VKBindings::SetBuffer);
     if(buffer_set != VKBindings::NoSet &&
