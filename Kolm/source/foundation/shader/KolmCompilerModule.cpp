@@ -13,6 +13,12 @@ namespace {
 
 bool is_interface(uint32_t storage) { return storage == SpvStorageClassInput || storage == SpvStorageClassOutput; }
 
+// Variables that rays and callables pass on, which calls in the source name by a location.
+bool is_payload(uint32_t storage) {
+    return storage == SpvStorageClassRayPayloadKHR || storage == SpvStorageClassIncomingRayPayloadKHR ||
+           storage == SpvStorageClassCallableDataKHR || storage == SpvStorageClassIncomingCallableDataKHR;
+}
+
 // Prefix of generated names.
 const char *get_prefix(uint32_t model) {
     switch(model) {
@@ -87,6 +93,8 @@ void Compiler::validate_decorations() {
         Variable &variable = variables[i];
         if(variable.structure != ~0u || variable.function != ~0u) continue;
         if(variable.decorations.has(SpvDecorationConstant)) continue;
+        // a call in the module names the variable itself
+        if(is_payload(variable.storage)) variable.decorations.remove(SpvDecorationLocation);
         const bool interface = is_interface(variable.storage);
         const bool resource =
             (variable.storage == SpvStorageClassUniformConstant || variable.storage == SpvStorageClassUniform ||

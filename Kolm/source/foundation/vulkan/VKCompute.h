@@ -1,4 +1,5 @@
-// VKCompute.h: records dispatches. Rests on the slots and rules of ComputeRecorder, on VKRecorder and VKKernel.
+// VKCompute.h: records dispatches of kernels and rays. Rests on the slots and rules of ComputeRecorder, on VKRecorder,
+// VKKernel and VKTraversal.
 
 #pragma once
 
@@ -9,6 +10,7 @@
 namespace Kolm {
 
 class VKKernel;
+class VKTraversal;
 
 /// Survives everything that changes its context's command buffer.
 class VKCompute : public ComputeRecorder {
@@ -23,9 +25,11 @@ public:
 
 protected:
     void bind_kernel(Kernel *kernel) override;
+    void bind_traversal(Traversal *traversal) override;
     bool allocate_memory(Transient type, size_t size, Memory &memory) override;
     bool record_dispatch(uint32_t width, uint32_t height, uint32_t depth) override;
     bool record_dispatch_indirect() override;
+    bool record_trace(uint32_t width, uint32_t height, uint32_t depth) override;
     bool record_set(Buffer *buffer, size_t offset, const void *src, size_t size) override;
     bool record_copy(Buffer *dest, size_t dest_offset, Buffer *src, size_t src_offset, size_t size) override;
     bool record_clear(Buffer *buffer, Format format, size_t offset, const void *value, size_t size) override;
@@ -39,11 +43,14 @@ protected:
 private:
     void check_target(const char *method) const;
     bool update(const Slot *source);
+    bool check_rays(uint32_t width, uint32_t height, uint32_t depth) const;
+    VkPipelineStageFlags get_stages() const;
 
     VKAdapter *adapter;
     VKContext *context;
     VKRecorder recorder;
-    VKKernel *vk_kernel = nullptr;
+    VKKernel *vk_kernel = nullptr; // at most one of the two is set
+    VKTraversal *vk_traversal = nullptr;
 };
 
 } // namespace Kolm

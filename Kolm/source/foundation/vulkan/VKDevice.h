@@ -66,6 +66,7 @@ public:
     TextureTable *createTextureTable() override;
     using Device::createTracing;
     Tracing *createTracing(const Tracing *tracing = nullptr) override;
+    Traversal *createTraversal(const Traversal *traversal = nullptr) override;
     using Device::createShader;
     Shader *createShader() override;
     Kernel *createKernel(const Kernel *kernel = nullptr) override;
@@ -126,6 +127,7 @@ protected:
     bool compact_tracing(Tracing *tracing) override;
     bool flush_tracings(Tracing **tracings, uint32_t num) override;
     void release_tracing(Tracing *tracing) override;
+    void release_traversal(Traversal *traversal) override;
     bool begin_query(Query *query) override;
     bool end_query(Query *query) override;
     bool copy_queries(Query **queries, uint32_t num, Buffer *buffer, size_t offset, size_t stride) override;

@@ -1,10 +1,11 @@
-// VKDeviceTracing.cpp: acceleration structures, queries and fences of the device: forwarding with its context.
+// VKDeviceTracing.cpp: acceleration structures, traversals, queries and fences of the device: forwarding with its context.
 
 #include "VKBuffer.h"
 #include "VKDevice.h"
 #include "VKFence.h"
 #include "VKQuery.h"
 #include "VKTracing.h"
+#include "VKTraversal.h"
 
 namespace Kolm {
 
@@ -41,6 +42,12 @@ bool VKDevice::flush_tracings(Tracing **tracings, uint32_t num) {
 }
 
 void VKDevice::release_tracing(Tracing *tracing) { cast<VKTracing>(tracing)->release(); }
+
+Traversal *VKDevice::createTraversal(const Traversal *traversal) {
+    return new VKTraversal(context, cast<VKTraversal>(traversal));
+}
+
+void VKDevice::release_traversal(Traversal *traversal) { cast<VKTraversal>(traversal)->release(); }
 
 // queries
 
