@@ -28,7 +28,8 @@ protected:
     std::mt19937 random{1};
 
     void fill(Image &image) {
-        for(size_t i = 0; i < image.getDataSize(); i++) image.getData()[i] = uint8_t(random());
+        uint8_t *data = image.getData();
+        for(size_t i = 0, size = image.getDataSize(); i < size; i++) data[i] = uint8_t(random());
         clear_padding(image);
     }
     /// Bytes of depth pixels that mean nothing come back as zeros.
@@ -261,7 +262,7 @@ TEST_F(TextureVKTest, mipmaps) {
         TexturePtr texture = createTexture(row.type, row.format, row.size, row.layers, source | mipmaps);
         ASSERT_TRUE(texture);
         Image image(Image::Type(row.type), row.format, row.size, row.layers);
-        for(size_t i = 0; i < image.getDataSize(); i += 4) {
+        for(size_t i = 0, size = image.getDataSize(); i < size; i += 4) {
             const float value = float(random() % 4096) / 4096.0f;
             const uint32_t word = uint32_t(random());
             memcpy(image.getData() + i, isFloatFormat(row.format) ? static_cast<const void *>(&value) : &word, 4);
@@ -354,7 +355,7 @@ TEST_F(TextureVKTest, large_transfers) {
         TexturePtr texture = createTexture(type, FormatRGBAu8, size, 1, source);
         ASSERT_TRUE(texture);
         Image image = get_image(*texture);
-        for(size_t i = 0; i < image.getDataSize(); i += 4) {
+        for(size_t i = 0, size = image.getDataSize(); i < size; i += 4) {
             const uint32_t word = uint32_t(i * 2654435761u);
             memcpy(image.getData() + i, &word, 4);
         }

@@ -9,7 +9,8 @@
 namespace Kolm {
 
 VKBuffer::VKBuffer(VKContext *context)
-    : Buffer(context->getAdapter()->getIndex()), adapter(context->getAdapter()), context(context->retain()) {}
+    : Buffer(context->getAdapter()->getIndex()), adapter(context->getAdapter()), context(context->retain()),
+      buffer_pages(adapter) {}
 
 VKBuffer::~VKBuffer() {
     destroy();
@@ -27,6 +28,7 @@ void VKBuffer::destroy() {
     if((buffer_flags & FlagExtern) == 0) context->releaseBuffer(buffer);
     const bool has_memory = bool(buffer_memory);
     context->releaseMemory(buffer_memory);
+    buffer_pages.release(context);
     if(interop_fd >= 0) ::close(interop_fd);
     if(shared_ptr && shared_owner) {
         // The import goes first, and it waits for the frame.
@@ -208,6 +210,8 @@ bool VKBuffer::create(Flags flags, size_t size, Format format) {
             return false;
         }
         buffer_page_size = uint32_t(requirements.alignment);
+        page_memory = requirements;
+        page_memory.size = requirements.alignment;
         return true;
     }
     if((flags & FlagShared) && !create_shared()) {
@@ -534,6 +538,49 @@ bool VKBuffer::clear(VKContext *ctx, Format format, size_t offset, const void *v
     }
     if(size == 0) return true;
     return fill_data(ctx, offset, size, word);
+}
+
+bool VKBuffer::bind(VKContext *ctx, const size_t *offsets, const size_t *sizes, uint32_t num, bool bind) {
+    if(!check_bind(offsets, sizes, num)) return false;
+    Array<VkSparseMemoryBind> binds;
+    bool status = true;
+    for(uint32_t i = 0; i < num && status; i++) {
+        const size_t begin = offsets[i] / buffer_page_size, end = begin + sizes[i] / buffer_page_size;
+        for(size_t page = begin; page < end && status; page++) {
+            if(page >= buffer_size / buffer_page_size) {
+                const String description = getDescription();
+                Log::printf(Log::Error, "VKBuffer::bind(): invalid page index %u for %s buffer\n", uint32_t(page),
+                            description.get());
+                status = false;
+                break;
+            }
+            VK::MemoryPtr memory;
+            bool changed = false;
+            status = buffer_pages.change(page, page_memory, bind, memory, changed);
+            if(!status || !changed) continue;
+            // Pages that lie side by side at both ends are one record.
+            const VkDeviceSize offset = page * buffer_page_size;
+            VkSparseMemoryBind *last = binds.size() ? &binds.back() : nullptr;
+            if(last && last->resourceOffset + last->size == offset && last->memory == memory.memory &&
+               (!memory || last->memoryOffset + last->size == memory.offset)) {
+                last->size += buffer_page_size;
+            } else {
+                binds.append({offset, buffer_page_size, memory.memory, memory.offset, 0});
+            }
+        }
+    }
+    if(!status) {
+        Log::printf(Log::Error, "VKBuffer::bind(): can't bind buffer memory\n");
+    } else if(binds.size()) {
+        const VkSparseBufferMemoryBindInfo pages = {buffer, binds.size(), binds.get()};
+        auto info = vk_record<VkBindSparseInfo>(VK_STRUCTURE_TYPE_BIND_SPARSE_INFO);
+        info.bufferBindCount = 1;
+        info.pBufferBinds = &pages;
+        status = ctx->bindSparse(info, !bind);
+        if(!status) Log::printf(Log::Error, "VKBuffer::bind(): can't bind buffer\n");
+    }
+    buffer_pages.commit(ctx, status);
+    return status;
 }
 
 // A fill works on whole words. Bytes in front of the first and behind the last one are copied.

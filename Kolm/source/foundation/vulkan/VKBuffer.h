@@ -5,7 +5,7 @@
 
 #include "KolmBuffer.h"
 
-#include "VKContext.h"
+#include "VKSparse.h"
 
 namespace Kolm {
 
@@ -37,6 +37,8 @@ public:
     bool unmap();
     bool copy(VKContext *context, size_t offset, VKBuffer *src, size_t src_offset, size_t size);
     bool clear(VKContext *context, Format format, size_t offset, const void *value, size_t size);
+    /// Gives memory to pages that have none, or takes it from pages that have some. What is recorded later sees it.
+    bool bind(VKContext *context, const size_t *offsets, const size_t *sizes, uint32_t num, bool bind);
 
     VkBuffer getBuffer() const { return buffer; }
     VkBufferView getBufferView() const { return buffer_view; }
@@ -95,6 +97,8 @@ private:
     size_t written_begin = 0;  // transfer writes since the last barrier; begin == end: none
     size_t written_end = 0;
     VK::MemoryPtr buffer_memory;
+    VKSparse buffer_pages;
+    VkMemoryRequirements page_memory = {}; // of one page of a Sparse buffer
     VkDeviceAddress buffer_address = 0;
     void *shared_ptr = nullptr; // host memory of a Shared buffer
     size_t shared_size = 0;     // bytes of it

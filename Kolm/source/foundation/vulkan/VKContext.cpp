@@ -313,6 +313,42 @@ bool VKContext::execute(VKContext *child) {
     return true;
 }
 
+static VkSemaphore create_semaphore(VkDevice device) {
+    const auto info = vk_record<VkSemaphoreCreateInfo>(VK_STRUCTURE_TYPE_SEMAPHORE_CREATE_INFO);
+    VkSemaphore semaphore = VK_NULL_HANDLE;
+    return VK::error(vkCreateSemaphore(device, &info, nullptr, &semaphore)) ? VK_NULL_HANDLE : semaphore;
+}
+
+// A bind is ordered by semaphores alone: one that the work before it signals, and one that the work behind waits for.
+bool VKContext::bindSparse(VkBindSparseInfo &info, bool after) {
+    if(!primary || !hasQueueFlags(VK_QUEUE_SPARSE_BINDING_BIT)) return false;
+    VkSemaphore wait_semaphore = VK_NULL_HANDLE;
+    if(after && frame->command_index >= MaxSparseFlushes) {
+        if(!finish(true, false)) return false;
+    } else if(after) {
+        wait_semaphore = create_semaphore(device);
+        if(wait_semaphore == VK_NULL_HANDLE) return false;
+        releaseSemaphore(wait_semaphore);
+        addSignalSemaphore(wait_semaphore);
+        if(!flush(false)) return false;
+        info.waitSemaphoreCount = 1;
+        info.pWaitSemaphores = &wait_semaphore;
+    }
+    const VkSemaphore signal_semaphore = create_semaphore(device);
+    if(signal_semaphore == VK_NULL_HANDLE) return false;
+    releaseSemaphore(signal_semaphore);
+    info.signalSemaphoreCount = 1;
+    info.pSignalSemaphores = &signal_semaphore;
+    VkResult result = VK_SUCCESS;
+    {
+        AtomicLock atomic(*queue_lock);
+        result = adapter->vkQueueBindSparse(queue, 1, &info, VK_NULL_HANDLE);
+    }
+    if(adapter->error(result)) return false;
+    addWaitSemaphore(signal_semaphore, VK_PIPELINE_STAGE_ALL_COMMANDS_BIT);
+    return true;
+}
+
 bool VKContext::reserve_buffers(TransientType type, uint64_t size) {
     Ring &ring = rings[type];
     ring.reserve_size = max(ring.reserve_size, size);

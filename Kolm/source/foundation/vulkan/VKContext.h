@@ -26,6 +26,7 @@ public:
     static constexpr uint64_t UniformSize = 8ull << 20;        // bytes of one uniform buffer
     static constexpr uint64_t MaxTransientSize = 512ull << 20; // bytes of each kind before the caller has to wait
     static constexpr uint32_t MaxBarriers = 160;
+    static constexpr uint32_t MaxSparseFlushes = MaxFlushes / 2; // of these for binds; the others are the caller's
 
     /// Kinds of transient memory.
     enum TransientType { TransientUpload = 0, TransientDownload, TransientUniform, NumTransientTypes };
@@ -132,7 +133,8 @@ public:
     X(VkRenderPass, RenderPass, render_passes, vkDestroyRenderPass)                                   \
     X(VkPipeline, Pipeline, pipelines, vkDestroyPipeline)                                             \
     X(VkPipelineLayout, PipelineLayout, pipeline_layouts, vkDestroyPipelineLayout)                    \
-    X(VkDescriptorSetLayout, DescriptorLayout, descriptor_layouts, vkDestroyDescriptorSetLayout)
+    X(VkDescriptorSetLayout, DescriptorLayout, descriptor_layouts, vkDestroyDescriptorSetLayout)      \
+    X(VkSemaphore, Semaphore, semaphores, vkDestroySemaphore)
 
     struct Frame : public Allocated {
         VKAdapter *adapter = nullptr;
@@ -246,6 +248,10 @@ public:
     bool inherit(VkRenderPass pass, VkFramebuffer framebuffer);
     /// Framebuffer of inherit(), null if there is none.
     VkFramebuffer getInherited() const { return frame->framebuffer; }
+
+    /// Binds memory of sparse objects; what is submitted from now on sees it. With \p after the bind waits for all that
+    /// was recorded, as it has to where memory is taken away. False without a line if this queue can't.
+    bool bindSparse(VkBindSparseInfo &info, bool after);
 
     bool reserveUploadBuffers(uint64_t size) { return reserve_buffers(TransientUpload, size); }
     bool reserveDownloadBuffers(uint64_t size) { return reserve_buffers(TransientDownload, size); }

@@ -1,7 +1,7 @@
 // VKDevice.h: the device on Vulkan: makes the backend's objects and forwards to them with its context.
 //
 //     VKDevice.cpp         identity, features, sub-devices, buffers, frames
-//     VKDeviceTexture.cpp  samplers, textures and tables
+//     VKDeviceTexture.cpp  samplers, textures, tables, sparse memory
 //     VKDeviceTracing.cpp  acceleration structures, queries, fences
 //     VKDeviceDraw.cpp     targets, pipelines, draw recorders
 
@@ -103,6 +103,8 @@ protected:
     bool unmap_buffer(Buffer *buffer) override;
     bool copy_buffer(Buffer *dest, size_t dest_offset, Buffer *src, size_t src_offset, size_t size) override;
     bool clear_buffer(Buffer *buffer, Format format, size_t offset, const void *value, size_t size) override;
+    bool bind_buffer(Buffer *buffer, const size_t *offsets, const size_t *sizes, uint32_t num, bool bind,
+                     Fence *fence) override;
     bool flush_buffers(Buffer **buffers, uint32_t num, Buffer::Flags flags) override;
     void release_buffer(Buffer *buffer) override;
     void release_sampler(Sampler *sampler) override;
@@ -112,6 +114,8 @@ protected:
     bool copy_texture(Texture *dest, const Origin &origin, const Slice &dest_slice, Texture *src, const Region &region,
                       const Slice &src_slice) override;
     bool clear_texture(Texture *texture, const Region &region, const Slice &slice, const void *value) override;
+    bool bind_texture(Texture *texture, const Region *regions, uint32_t num_regions, const Slice *slices,
+                      uint32_t num_slices, bool bind, Fence *fence) override;
     bool create_mipmaps(Texture *texture, const Slice &slice) override;
     bool flush_texture(Texture *texture, const Slice &slice, Texture::Flags flags) override;
     bool flush_textures(Texture **textures, uint32_t num, Texture::Flags flags) override;

@@ -1,5 +1,6 @@
-// VKDeviceTexture.cpp: samplers, textures and tables of the device on Vulkan.
+// VKDeviceTexture.cpp: samplers, textures, tables and sparse memory of the device on Vulkan.
 
+#include "VKBuffer.h"
 #include "VKBufferTable.h"
 #include "VKDevice.h"
 #include "VKFormat.h"
@@ -55,6 +56,18 @@ bool VKDevice::copy_texture(Texture *dest, const Origin &origin, const Slice &de
 
 bool VKDevice::clear_texture(Texture *texture, const Region &region, const Slice &slice, const void *value) {
     return cast<VKTexture>(texture)->clear(context, region, slice, value);
+}
+
+// A fence is signalled by the next submission, which waits for the bind.
+bool VKDevice::bind_buffer(Buffer *buffer, const size_t *offsets, const size_t *sizes, uint32_t num, bool bind,
+                           Fence *fence) {
+    return cast<VKBuffer>(buffer)->bind(context, offsets, sizes, num, bind) && (!fence || signal_fence(fence));
+}
+
+bool VKDevice::bind_texture(Texture *texture, const Region *regions, uint32_t num_regions, const Slice *slices,
+                            uint32_t num_slices, bool bind, Fence *fence) {
+    return cast<VKTexture>(texture)->bind(context, regions, num_regions, slices, num_slices, bind) &&
+           (!fence || signal_fence(fence));
 }
 
 bool VKDevice::create_mipmaps(Texture *texture, const Slice &slice) {

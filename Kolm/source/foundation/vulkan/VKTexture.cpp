@@ -9,7 +9,8 @@
 namespace Kolm {
 
 VKTexture::VKTexture(VKContext *context)
-    : Texture(context->getAdapter()->getIndex()), adapter(context->getAdapter()), context(context->retain()) {}
+    : Texture(context->getAdapter()->getIndex()), adapter(context->getAdapter()), context(context->retain()),
+      texture_tiles(adapter) {}
 
 VKTexture::~VKTexture() {
     destroy();
@@ -28,6 +29,7 @@ void VKTexture::destroy() {
     context->releaseImageView(texture_view);
     if(!hasFlag(FlagExtern)) context->releaseImage(texture);
     context->releaseMemory(texture_memory);
+    texture_tiles.release(context);
     pixel_format = VK_FORMAT_UNDEFINED;
     texture = VK_NULL_HANDLE;
     texture_view = VK_NULL_HANDLE;
@@ -42,7 +44,10 @@ void VKTexture::setName(const char *name) {
     adapter->setObjectName(VK_OBJECT_TYPE_IMAGE, reinterpret_cast<uint64_t>(texture), name);
 }
 
-size_t VKTexture::getMemory() const { return texture_memory ? size_t(texture_memory.size) : Texture::getMemory(); }
+size_t VKTexture::getMemory() const {
+    if(hasFlag(FlagSparse)) return size_t(texture_tiles.getMemory());
+    return texture_memory ? size_t(texture_memory.size) : Texture::getMemory();
+}
 
 VkImageAspectFlags VKTexture::getAspectMask(Format format) {
     if(!Kolm::isDepthFormat(format)) return VK_IMAGE_ASPECT_COLOR_BIT;
@@ -172,7 +177,7 @@ bool VKTexture::create(Type type, Format format, const Size &size, uint32_t laye
         clear();
         return false;
     }
-    if(create_image() && create_memory() && create_objects()) return true;
+    if(create_image() && (hasFlag(FlagSparse) ? create_tiles() : create_memory()) && create_objects()) return true;
     clear();
     return false;
 }

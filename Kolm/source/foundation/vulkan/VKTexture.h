@@ -10,7 +10,7 @@
 
 #include "KolmTexture.h"
 
-#include "VKContext.h"
+#include "VKSparse.h"
 
 namespace Kolm {
 
@@ -107,11 +107,15 @@ private:
     bool is_supported() const;
     bool create_image();
     bool create_memory();
+    bool create_tiles();
     bool create_objects();
     VkImageView create_view(const Slice &slice, Format format, ViewType type);
     void copy_within(VKContext *context, const Array<VkImageCopy> &copies, const Slice &dest_slice,
                      const Slice &src_slice);
     bool fill_region(VKContext *context, const Region &region, const Slice &slice, const uint8_t *value);
+    bool bind_tiles(const Region &region, uint32_t layer, uint32_t mipmap, bool bind,
+                    Array<VkSparseImageMemoryBind> &binds);
+    bool bind_tail(uint32_t layer, bool bind, Array<VkSparseMemoryBind> &binds);
     void destroy();
 
     uint32_t get_layer(uint32_t face, uint32_t layer) const { return layer * texture_faces + face; }
@@ -132,6 +136,9 @@ private:
     SpinLock view_lock;
     Map<uint64_t, VkImageView> texture_views; // by slice, format and type
     VK::MemoryPtr texture_memory;
+    VKSparse texture_tiles;
+    VkMemoryRequirements tile_memory = {}; // of one tile
+    VkSparseImageMemoryRequirements tile_tail = {};
 };
 
 } // namespace Kolm
