@@ -75,4 +75,6 @@
 #include <platform/OstrevanVKBuffer.h>
 #include <platform/OstrevanVKContext.h>
 #include <platform/OstrevanVKDevice.h>
+#include <platform/OstrevanVKSampler.h>
 #include <platform/OstrevanVKSurface.h>
+#include <platform/OstrevanVKTexture.h>

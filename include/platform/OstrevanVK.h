@@ -17,6 +17,7 @@ typedef struct VkBuffer_T *VkBuffer;
 typedef struct VkBufferView_T *VkBufferView;
 typedef struct VkImage_T *VkImage;
 typedef struct VkImageView_T *VkImageView;
+typedef struct VkSampler_T *VkSampler;
 typedef struct VkRenderPass_T *VkRenderPass;
 typedef struct VkFramebuffer_T *VkFramebuffer;
 typedef void (*PFN_vkVoidFunction)(void);

@@ -17,6 +17,8 @@ public:
 
     /// Tells what the application's own commands did to a buffer last, as VkAccessFlags.
     void setBufferAccess(const Buffer &buffer, uint32_t access);
+    /// Tells which layout the application's own commands left a texture in, as VkImageLayout.
+    void setTextureLayout(const Texture &texture, uint32_t layout);
 
     /// Waits for a VkFence, \p timeout in nanoseconds, and resets it with \p reset. False when the time is over.
     bool waitVKFence(void *fence, uint64_t timeout, bool reset);

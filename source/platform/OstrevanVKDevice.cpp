@@ -1,6 +1,7 @@
 #include "OstrevanVKDeviceKolm.h"
 
 #include "OstrevanBufferKolm.h"
+#include "OstrevanTextureKolm.h"
 #include "OstrevanUtilsKolm.h"
 
 namespace Ostrevan {
@@ -16,6 +17,10 @@ VKDevice::VKDevice(const Device &device) : VKDevice(VoidImpl()) {
 
 void VKDevice::setBufferAccess(const Buffer &buffer, uint32_t access) {
     impl().ref().setBufferAccess(getCore<Kolm::Buffer *>(buffer), access);
+}
+
+void VKDevice::setTextureLayout(const Texture &texture, uint32_t layout) {
+    impl().ref().setTextureLayout(getCore<Kolm::Texture *>(texture), VkImageLayout(layout));
 }
 
 bool VKDevice::waitVKFence(void *fence, uint64_t timeout, bool reset) {

@@ -284,6 +284,19 @@ TEST_F(DeviceTest, has_a_vulkan_side) {
     EXPECT_EQ(vk_buffer.getSize(), 64u);
     EXPECT_FALSE(VKBuffer(Buffer::null));
 
+    Texture texture = device.createTexture2D(FormatRGBAu8n, 16, Texture::FlagMipmaps);
+    VKTexture vk_texture(texture);
+    ASSERT_TRUE(texture && vk_texture);
+    EXPECT_NE(vk_texture.getVKTexture(), nullptr);
+    EXPECT_NE(vk_texture.getVKTextureView(), nullptr);
+    EXPECT_NE(vk_texture.getVKTextureView(Slice(Mipmap(2))), vk_texture.getVKTextureView());
+    EXPECT_EQ(vk_texture.getPixelFormat(), 37u); // VK_FORMAT_R8G8B8A8_UNORM
+    EXPECT_EQ(vk_texture.getTextureLayout(), 0u);
+    vk_device.setTextureLayout(texture, 7); // VK_IMAGE_LAYOUT_TRANSFER_DST_OPTIMAL
+    EXPECT_EQ(vk_texture.getTextureLayout(), 7u);
+    EXPECT_FALSE(VKTexture(Texture::null));
+    EXPECT_NE(VKSampler(device.createSampler(Sampler::FilterLinear)).getVKSampler(), nullptr);
+
     VKSurface surface(context);
     surface.setSize(16, 8);
     surface.setColorFormat(FormatRGBAu8n);

@@ -54,6 +54,8 @@ struct Objects {
     Context context{PlatformVK};
     Device device = context.create() ? Device(context) : Device();
     Buffer buffer = device.createBuffer();
+    Texture texture = device.createTexture();
+    Sampler sampler = device.createSampler();
     Surface surface{PlatformVK};
 };
 OSTREVAN_MAKER(Stream, Nothing, return Blob("name");)
@@ -70,6 +72,8 @@ OSTREVAN_MAKER(VKDevice, Objects, return VKDevice(device);)
 OSTREVAN_MAKER(Buffer, Objects, return device.createBuffer();)
 OSTREVAN_MAKER(VKBuffer, Objects, return VKBuffer(buffer);)
 OSTREVAN_MAKER(Texture, Objects, return device.createTexture();)
+OSTREVAN_MAKER(VKTexture, Objects, return VKTexture(texture);)
+OSTREVAN_MAKER(VKSampler, Objects, return VKSampler(sampler);)
 OSTREVAN_MAKER(Sampler, Objects, return device.createSampler();)
 OSTREVAN_MAKER(Target, Objects, return device.createTarget();)
 OSTREVAN_MAKER(BufferTable, Objects, return device.createBufferTable();)

@@ -90,6 +90,13 @@ TEST_F(SparseVKTest, buffer_pages) {
     // One heap for the pages, one transient buffer for the read-back.
     EXPECT_LE(getAdapter()->getNumAllocations(), allocations + 2);
 
+    // A fence tells when the bind is done.
+    std::unique_ptr<Fence> fence(device->createFence(Fence::DefaultFlags));
+    ASSERT_TRUE(fence);
+    ASSERT_TRUE(device->bindBuffer(buffer.get(), base, page, true, fence.get()));
+    EXPECT_EQ(fence->getValue(), 1u);
+    EXPECT_TRUE(fence->wait());
+
     EXPECT_FALSE(device->bindBuffer(buffer.get(), page / 2, page, true));
     EXPECT_FALSE(device->bindBuffer(buffer.get(), buffer->getSize(), page, true));
     expectLog("Buffer::bind(): invalid range");
