@@ -10,6 +10,7 @@
 #include <core/OstrevanArray.h>
 #include <core/OstrevanAsync.h>
 #include <core/OstrevanAtomic.h>
+#include <core/OstrevanAtomicArray.h>
 #include <core/OstrevanAutoPtr.h>
 #include <core/OstrevanBlob.h>
 #include <core/OstrevanCache.h>

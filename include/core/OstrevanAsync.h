@@ -163,6 +163,7 @@ public:
     /// i & 63 stands for worker i. Empty, with a line in the log, if there is no such worker.
     Task run(uint32_t index);
     Task run(uint64_t mask);
+    Task create(uint64_t mask = AllThreads) { return run(mask); }
     /// New task of one function, which the pool owns in any case.
     Task run(AsyncFunctionBase *func, uint64_t mask = AllThreads);
     /// New task of one callable with its arguments, or of a member function with its object and arguments.

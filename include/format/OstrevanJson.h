@@ -40,6 +40,9 @@ public:
 
     /// Deletes the children and forgets type, name and value. The element keeps its place in a tree, and there its name.
     void clear();
+    /// Becomes a copy of type, name, value and children of \p json, and keeps its place in a tree. Expects that neither
+    /// lies below the other.
+    void copy(const Json &json);
 
     // texts
 

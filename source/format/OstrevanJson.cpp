@@ -20,6 +20,7 @@ Json::Json(Json *parent, const char *name, Type type) : Json() {
 }
 
 void Json::clear() { impl().ref().clear(); }
+void Json::copy(const Json &json) { impl().ref().copy(json.impl().ref()); }
 
 bool Json::create(const char *src, size_t size, bool owner) { return impl().ref().create(src, size, owner); }
 bool Json::create(const String &src) {

@@ -78,6 +78,7 @@ TEST_F(AsyncPublicTest, callables_leave_their_results) {
     EXPECT_TRUE(member.wait() && member.get<int>() == 7);
     EXPECT_EQ(async.run(1u).index(), 1u);
     EXPECT_EQ(async.run(uint64_t(4)).index(), 2u);
+    EXPECT_EQ(async.create(uint64_t(8)).index(), 3u);
     EXPECT_TRUE(async.run(uint64_t(0)).empty());
     EXPECT_EQ(text, "Async::create(): can't get thread\n");
 }

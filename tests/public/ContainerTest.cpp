@@ -3,7 +3,7 @@
 
 #include <algorithm>
 #include <core/OstrevanArray.h>
-#include <core/OstrevanAtomic.h>
+#include <core/OstrevanAtomicArray.h>
 #include <core/OstrevanAutoPtr.h>
 #include <core/OstrevanBlob.h>
 #include <core/OstrevanFunction.h>
@@ -271,6 +271,30 @@ TEST(PublicAtomic, locks_and_counts) {
     AtomicPtr<int> ptr(items);
     EXPECT_TRUE(ptr++ == items && ++ptr == items + 2 && (ptr += 5) == items + 7 && (ptr -= 6) == items + 1);
     EXPECT_TRUE((ptr |= 1) != items + 1 && (ptr &= ~uintptr_t(1)) == items + 1 && --ptr == items);
+}
+
+TEST(PublicAtomic, arrays_tell_their_length_to_all_threads) {
+    AtomicArray<std::string> array;
+    SpinLock lock;
+    std::thread threads[4];
+    for(int n = 0; n < 4; n++) {
+        threads[n] = std::thread([&, n] {
+            for(int i = 0; i < 1000; i++) {
+                AtomicLock scope(lock);
+                array.append("a text that lies on the heap " + std::to_string(n));
+            }
+        });
+    }
+    for(uint32_t size = 0, next; size < 4000; size = next) {
+        next = array.size(); // without the lock
+        ASSERT_GE(next, size);
+    }
+    for(std::thread &thread : threads) thread.join();
+    uint32_t counts[4] = {};
+    for(uint32_t i = 0; i < array.size(); i++) counts[array[i].back() - '0']++;
+    for(const uint32_t count : counts) EXPECT_EQ(count, 1000u);
+    array.remove(0, 3999);
+    EXPECT_ASSERTION(array[1], "index < (uint32_t)length && \"AtomicArray::operator[](): invalid index\"");
 }
 
 TEST(PublicSort, sorts_numbers_texts_and_records) {

@@ -58,6 +58,10 @@ TEST(PublicJson, documents) {
     copy.getChild("a").setData(Array<uint32_t>({7, 8}));
     EXPECT_EQ(save(copy), "{\"a\":[7,8],\"b\":{\"c\":true}}");
     EXPECT_EQ(save(other), save(json));
+    Json child = other.getChild("b");
+    child.copy(copy.getChild("a"));
+    copy.clearPtr();
+    EXPECT_EQ(save(other), "{\"a\":[1,2.5,\"text\"],\"b\":[7,8]}"); // keeps its name and its place
 
     std::string text;
     Log::setCallback(
