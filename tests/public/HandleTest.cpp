@@ -34,30 +34,59 @@ template<class Base> uint32_t get_levels();
 template<> uint32_t get_levels<void>() { return 0; }
 #include <base/OstrevanClasses.inc>
 
-// Makes a handle with a real object. What it needs lives as long as the maker.
-template<class Type, bool Copies> struct Maker {
-    static constexpr bool has_object = Copies;
-    Type make() {
-        Type handle{VoidImpl()};
-        if constexpr(Copies) (void)handle.clonePtr(); // makes the object of an empty handle
-        return handle;
-    }
-};
-// Others make theirs on first use, or a device does.
-#define OSTREVAN_MAKER(TYPE, BASE, CODE)                \
-    template<> struct Maker<TYPE, Noncopyable> : BASE { \
-        static constexpr bool has_object = true;        \
-        TYPE make() { CODE }                            \
-    };
+// What a maker needs lives as long as the maker.
 struct Nothing {};
 struct Objects {
     Context context{PlatformVK};
     Device device = context.create() ? Device(context) : Device();
-    Buffer buffer = device.createBuffer();
-    Texture texture = device.createTexture();
-    Sampler sampler = device.createSampler();
     Surface surface{PlatformVK};
 };
+
+// Whether a device makes handles of this class, and how.
+template<class Type> struct Factory { static constexpr bool exists = false; };
+#define OSTREVAN_CLASS(MODULE, NAME, ...)                                                     \
+    template<class Maker>                                                                     \
+    concept Makes##NAME = requires(Maker maker) {                                             \
+        maker.create##NAME();                                                                 \
+    };                                                                                        \
+    template<> struct Factory<NAME> {                                                         \
+        static constexpr bool exists = Makes##NAME<Device>;                                   \
+        template<class Maker> static auto make(Maker &maker) { return maker.create##NAME(); } \
+    };
+#include <base/OstrevanClasses.inc>
+
+// Makes a handle with a real object: the object of an empty handle where clonePtr() does that, else by a device, or by
+// narrowing what a device makes.
+template<class Row> struct Maker {
+    using Type = typename Row::Type;
+    using Base = typename Row::Base;
+    static constexpr bool is_made = Factory<Type>::exists;
+    static constexpr bool is_narrowed = !is_made && Factory<Base>::exists;
+    static_assert(Row::copyable || is_made || is_narrowed, "the class needs a row of OSTREVAN_MAKER");
+
+    std::conditional_t<Row::copyable, Nothing, Objects> objects;
+    std::conditional_t<is_narrowed, Base, Type> source{VoidImpl()};
+
+    Type make() {
+        if constexpr(Row::copyable) {
+            Type handle{VoidImpl()};
+            (void)handle.clonePtr();
+            return handle;
+        } else {
+            source = Factory<decltype(source)>::make(objects.device);
+            if constexpr(is_narrowed)
+                return Type(source);
+            else
+                return std::move(source);
+        }
+    }
+};
+// Others have their own way.
+#define OSTREVAN_MAKER(TYPE, OBJECTS, CODE) \
+    template<> struct Maker<TYPE##Row> {    \
+        [[maybe_unused]] OBJECTS objects;   \
+        TYPE make() { CODE }                \
+    };
 OSTREVAN_MAKER(Stream, Nothing, return Blob("name");)
 OSTREVAN_MAKER(Cache, Nothing, Cache cache; cache.getMaxSize(); return cache;)
 OSTREVAN_MAKER(Async, Nothing, Async async; async.init(); return async;)
@@ -66,23 +95,9 @@ OSTREVAN_MAKER(ShaderCompiler, Nothing, ShaderCompiler shader; shader.clear(); r
 OSTREVAN_MAKER(Context, Nothing, return Context(PlatformVK);)
 OSTREVAN_MAKER(VKContext, Nothing, return VKContext(0);)
 OSTREVAN_MAKER(Surface, Nothing, return Surface(PlatformVK);)
-OSTREVAN_MAKER(VKSurface, Objects, return VKSurface(surface);)
-OSTREVAN_MAKER(Device, Objects, return Device(context);)
-OSTREVAN_MAKER(VKDevice, Objects, return VKDevice(device);)
-OSTREVAN_MAKER(Buffer, Objects, return device.createBuffer();)
-OSTREVAN_MAKER(VKBuffer, Objects, return VKBuffer(buffer);)
-OSTREVAN_MAKER(Texture, Objects, return device.createTexture();)
-OSTREVAN_MAKER(VKTexture, Objects, return VKTexture(texture);)
-OSTREVAN_MAKER(VKSampler, Objects, return VKSampler(sampler);)
-OSTREVAN_MAKER(Sampler, Objects, return device.createSampler();)
-OSTREVAN_MAKER(Target, Objects, return device.createTarget();)
-OSTREVAN_MAKER(BufferTable, Objects, return device.createBufferTable();)
-OSTREVAN_MAKER(TextureTable, Objects, return device.createTextureTable();)
-OSTREVAN_MAKER(Query, Objects, return device.createQuery();)
-OSTREVAN_MAKER(Fence, Objects, return device.createFence();)
-OSTREVAN_MAKER(Tracing, Objects, return device.createTracing();)
-OSTREVAN_MAKER(Kernel, Objects, return device.createKernel();)
-OSTREVAN_MAKER(Compute, Objects, return device.createCompute();)
+OSTREVAN_MAKER(VKSurface, Objects, return VKSurface(objects.surface);)
+OSTREVAN_MAKER(Device, Objects, return Device(objects.context);)
+OSTREVAN_MAKER(VKDevice, Objects, return VKDevice(objects.device);)
 OSTREVAN_MAKER(PrefixScan, Nothing, PrefixScan scan; scan.clear(); return scan;)
 OSTREVAN_MAKER(RadixSort, Nothing, RadixSort sort; sort.clear(); return sort;)
 #undef OSTREVAN_MAKER
@@ -145,74 +160,73 @@ TYPED_TEST(HandleTest, empty_handles_stay_empty) {
 
 TYPED_TEST(HandleTest, objects_live_as_long_as_their_handles) {
     using Type = typename TypeParam::Type;
-    using TypeMaker = Maker<Type, TypeParam::copyable>;
-    if constexpr(TypeMaker::has_object) {
-        const uint32_t levels = get_levels<Type>();
-        const size_t memory = Allocator::getMemory();
+    using TypeMaker = Maker<TypeParam>;
+    constexpr bool has_device = std::is_same_v<decltype(TypeMaker::objects), Objects>;
+    const uint32_t levels = get_levels<Type>();
+    const size_t memory = Allocator::getMemory();
+    {
+        TypeMaker maker;
+        Type a = maker.make();
+        // A backend that lacks the class says so in the log.
+        if(has_device && !a) return this->expect_empty(a, true);
+        const bool owner = a.isOwnerPtr(); // views of what another handle owns do not
+        const auto expect_object = [&](const Type &handle, uint32_t count) {
+            EXPECT_TRUE(handle && handle.isValidPtr());
+            EXPECT_EQ(handle.isOwnerPtr(), owner);
+            EXPECT_FALSE(handle.isConstPtr());
+            EXPECT_EQ(handle.getCountPtr(), count);
+            EXPECT_EQ(handle.getInternalPtr(), a.getInternalPtr());
+        };
+        expect_object(a, levels);
         {
-            TypeMaker maker;
-            Type a = maker.make();
-            // A backend that lacks the class says so in the log.
-            if(std::is_base_of_v<Objects, TypeMaker> && !a) return this->expect_empty(a, true);
-            const bool owner = a.isOwnerPtr(); // views of what another handle owns do not
-            const auto expect_object = [&](const Type &handle, uint32_t count) {
-                EXPECT_TRUE(handle && handle.isValidPtr());
-                EXPECT_EQ(handle.isOwnerPtr(), owner);
-                EXPECT_FALSE(handle.isConstPtr());
-                EXPECT_EQ(handle.getCountPtr(), count);
-                EXPECT_EQ(handle.getInternalPtr(), a.getInternalPtr());
-            };
-            expect_object(a, levels);
-            {
-                Type b = a;
-                const Type c = b;
-                const Type d = c;
-                expect_object(d, levels * 4);
-                EXPECT_TRUE(a == b && b == c && !(a != d) && a <= b && a >= b && !(a < b) && !(a > b));
-                b = b;
-                expect_object(b, levels * 4);
-                b.clearPtr();
-                this->expect_empty(b, true);
-                EXPECT_NE(a, b);
-                expect_object(a, levels * 3);
-                b = c;
-                b = a; // the same object
-                expect_object(b, levels * 4);
-            }
-            expect_object(a, levels);
-            Type b = std::move(a);
-            this->expect_empty(a, false);
-            a = b;
-            expect_object(a, levels * 2);
-            Type c = a;
-            c = std::move(b);
-            expect_object(c, levels * 3); // equal objects: the source stays
+            Type b = a;
+            const Type c = b;
+            const Type d = c;
+            expect_object(d, levels * 4);
+            EXPECT_TRUE(a == b && b == c && !(a != d) && a <= b && a >= b && !(a < b) && !(a > b));
+            b = b;
+            expect_object(b, levels * 4);
             b.clearPtr();
-            b = std::move(c);
-            this->expect_empty(c, false);
-            expect_object(b, levels * 2);
-            if(owner) {
-                b.unacquirePtr();
-                EXPECT_FALSE(a.isOwnerPtr());
-                a.acquirePtr();
-                EXPECT_TRUE(b.isOwnerPtr());
-            }
-            c = Type::null;
-            EXPECT_FALSE(c || c.isValidPtr());
-            c = a;
-            a.destroyPtr();
-            this->expect_empty(a, true);
-            EXPECT_FALSE(b || c);
-            EXPECT_EQ(b.getInternalPtr(), nullptr);
-            EXPECT_EQ(b.getCountPtr(), 0u);
-            EXPECT_FALSE(b.isOwnerPtr());
-            c.destroyPtr();
-            this->expect_empty(c, true);
-            c = maker.make(); // nothing of the old one is left
-            EXPECT_TRUE(c && c.getCountPtr() == levels);
+            this->expect_empty(b, true);
+            EXPECT_NE(a, b);
+            expect_object(a, levels * 3);
+            b = c;
+            b = a; // the same object
+            expect_object(b, levels * 4);
         }
-        EXPECT_TRUE(Allocator::getMemory() == memory || (std::is_base_of_v<Objects, TypeMaker>));
+        expect_object(a, levels);
+        Type b = std::move(a);
+        this->expect_empty(a, false);
+        a = b;
+        expect_object(a, levels * 2);
+        Type c = a;
+        c = std::move(b);
+        expect_object(c, levels * 3); // equal objects: the source stays
+        b.clearPtr();
+        b = std::move(c);
+        this->expect_empty(c, false);
+        expect_object(b, levels * 2);
+        if(owner) {
+            b.unacquirePtr();
+            EXPECT_FALSE(a.isOwnerPtr());
+            a.acquirePtr();
+            EXPECT_TRUE(b.isOwnerPtr());
+        }
+        c = Type::null;
+        EXPECT_FALSE(c || c.isValidPtr());
+        c = a;
+        a.destroyPtr();
+        this->expect_empty(a, true);
+        EXPECT_FALSE(b || c);
+        EXPECT_EQ(b.getInternalPtr(), nullptr);
+        EXPECT_EQ(b.getCountPtr(), 0u);
+        EXPECT_FALSE(b.isOwnerPtr());
+        c.destroyPtr();
+        this->expect_empty(c, true);
+        c = maker.make(); // nothing of the old one is left
+        EXPECT_TRUE(c && c.getCountPtr() == levels);
     }
+    EXPECT_TRUE(Allocator::getMemory() == memory || has_device);
 }
 
 TYPED_TEST(HandleTest, clones_are_objects_of_their_own) {
