@@ -99,7 +99,13 @@ TEST(StringText, distances) {
         for(uint32_t n = random() % 12; n > 0; n--) a += char('a' + random() % 3);
         for(uint32_t n = random() % 12; n > 0; n--) b += char('a' + random() % 3);
         ASSERT_EQ(String(a.c_str()).distance(b.c_str()), levenshtein(a, b)) << a << " " << b;
+        uint32_t least = levenshtein(a, b);
+        for(size_t k = 1; k + a.size() < b.size(); k++) least = std::min(least, levenshtein(a, b.substr(k)));
+        ASSERT_EQ(String(a.c_str()).distance(b.c_str(), true), least) << a << " " << b;
     }
+    // One table for all tails.
+    const std::string half(3000, 'x'), whole(30000, 'y');
+    EXPECT_EQ(String(half.c_str()).distance(whole.c_str(), true), 3001u);
 }
 
 TEST(StringText, derived) {

@@ -52,22 +52,26 @@ bool String::match(const char *pattern, uint32_t len, uint32_t pos) const {
     }
 }
 
-// Cells of one row of the table at a time: the row above is overwritten from the left.
-static uint32_t get_distance(const char *s0, uint32_t l0, const char *s1, uint32_t l1, uint32_t *row) {
-    for(; l0 && l1 && *s0 == *s1; s0++, s1++, l0--, l1--) {}
+// The least distance to one of the first \p slides tails of s1. Cells of one row of the table at a time: the row above is
+// overwritten from the left. The table grows from the ends of both texts, so that its last row holds all tails.
+static uint32_t get_distance(const char *s0, uint32_t l0, const char *s1, uint32_t l1, uint32_t slides, uint32_t *row) {
     for(; l0 && l1 && s0[l0 - 1] == s1[l1 - 1]; l0--, l1--) {}
+    for(; slides == 1 && l0 && l1 && *s0 == *s1; s0++, s1++, l0--, l1--) {}
     for(uint32_t j = 0; j <= l1; j++) row[j] = j;
     for(uint32_t i = 0; i < l0; i++) {
+        const char c = s0[l0 - i - 1];
         uint32_t corner = row[0];
         uint32_t left = row[0] = i + 1;
         for(uint32_t j = 1; j <= l1; j++) {
-            const uint32_t replace = corner + (s0[i] != s1[j - 1]);
+            const uint32_t replace = corner + (c != s1[l1 - j]);
             corner = row[j];
             left = min(min(left, corner) + 1, replace);
             row[j] = left;
         }
     }
-    return row[l1];
+    uint32_t ret = row[l1];
+    for(uint32_t i = 1; i < slides; i++) ret = min(ret, row[l1 - i]);
+    return ret;
 }
 
 uint32_t String::distance(const char *str, bool sliding, uint32_t pos) const {
@@ -77,8 +81,7 @@ uint32_t String::distance(const char *str, bool sliding, uint32_t pos) const {
     if(row == nullptr) return NotFound;
     // Kept: of a longer `str` the tail that starts at the difference itself is not tried.
     const uint32_t slides = (sliding && size > length) ? size - length : 1;
-    uint32_t ret = NotFound;
-    for(uint32_t i = 0; i < slides && ret; i++) ret = min(ret, get_distance(data, length, str + i, size - i, row));
+    const uint32_t ret = get_distance(data, length, str, size, slides, row);
     Allocator::freeArray(row, size_t(size) + 1);
     return ret;
 }
