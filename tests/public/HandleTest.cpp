@@ -184,7 +184,8 @@ TYPED_TEST(HandleTest, objects_live_as_long_as_their_handles) {
             const Type d = c;
             expect_object(d, levels * 4);
             EXPECT_TRUE(a == b && b == c && !(a != d) && a <= b && a >= b && !(a < b) && !(a > b));
-            b = b;
+            const Type &self = b;
+            b = self;
             expect_object(b, levels * 4);
             b.clearPtr();
             this->expect_empty(b, true);
