@@ -76,7 +76,9 @@ TEST_F(SparseVKTest, buffer_pages) {
             values[index] = -1;
             ASSERT_TRUE(device->bindBuffer(buffer.get(), offset, page, false));
         }
-        if(random() % 16 == 0) ASSERT_TRUE(device->flip());
+        if(random() % 16 == 0) {
+            ASSERT_TRUE(device->flip());
+        }
     }
     // A page that has memory keeps it, and one that has none has nothing to lose.
     ASSERT_TRUE(device->bindBuffer(buffer.get(), base, page * num_pages, true));
@@ -199,7 +201,9 @@ TEST_F(SparseVKTest, regions) {
     // Many in one frame, more than there are command buffers.
     for(uint32_t i = 0; i < 40; i++) {
         ASSERT_TRUE(device->bindTexture(texture.get(), regions[0], Slice(), i % 2));
-        if(i % 2) ASSERT_TRUE(device->setTexture(texture.get(), Origin(), Slice(), image, Slice()));
+        if(i % 2) {
+            ASSERT_TRUE(device->setTexture(texture.get(), Origin(), Slice(), image, Slice()));
+        }
     }
     EXPECT_FALSE(device->bindTexture(texture.get(), Region(1, 0, tile.width, tile.height), Slice(), true));
     expectLog("Texture::bind(): invalid origin 1x0");
