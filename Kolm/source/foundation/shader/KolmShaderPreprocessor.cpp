@@ -94,24 +94,33 @@ struct ShaderPreprocessor : NoCopy {
         return String(text, uint32_t(min(end - text, ptrdiff_t(1024))));
     }
 
-    // Reads a file under Shader::lock. The name becomes that under which the file was found.
+    // Reads what a name stands for. The name becomes that under which a file was found. The lock is held for the tables
+    // alone: shaders of several threads would wait for each other's files.
     static bool load_include(Shader::State &state, String &name, String &text, bool quotes) {
-        AtomicLock lock(Shader::lock);
         const String *found = state.includes.get(name);
-        if(found == nullptr || found->empty()) found = Shader::includes.get(name);
         if(found && !found->empty()) {
             text = *found;
             return true;
+        }
+        Array<String> paths;
+        {
+            AtomicLock lock(Shader::lock);
+            found = Shader::includes.get(name);
+            if(found && !found->empty()) {
+                text = *found;
+                return true;
+            }
+            paths = Shader::include_paths;
         }
         if(quotes && state.has_name() && !Source::isSource(name.get())) {
             String path = state.get_name().pathname() + name;
             if(Source::isSource(path.get())) name = std::move(path);
         }
-        for(uint32_t i = 0; i < Shader::include_paths.size() && !Source::isSource(name.get()); i++) {
-            String path = Shader::include_paths[i] + name;
+        for(uint32_t i = 0; i < paths.size() && !Source::isSource(name.get()); i++) {
+            String path = paths[i] + name;
             if(Source::isSource(path.get())) name = std::move(path);
         }
-        // Not opened as it stands: under this name there may be a pipe, which would wait with the lock held.
+        // Not opened as it stands: under this name there may be a pipe, which would wait for ever.
         const String path = Source::find(name.get());
         if(path.empty()) return false;
         name = path;
