@@ -734,6 +734,7 @@ private:
     void add_increment(Operand &operand, uint32_t code, Function &func);
     uint32_t add_operator(uint32_t code, uint32_t value, Function &func);
     uint32_t add_operator(uint32_t code, uint32_t value_0, uint32_t value_1, Function &func);
+    uint32_t add_tensor_operator(uint32_t code, uint32_t value_0, uint32_t value_1, Function &func);
     uint32_t add_product(uint32_t value_0, uint32_t value_1, Function &func);
     uint32_t add_columns(uint32_t code, uint32_t value_0, uint32_t value_1, Function &func);
     uint32_t add_equal(uint32_t value_0, uint32_t value_1, Function &func);
@@ -773,6 +774,8 @@ private:
     /// Local variable of a type by id, which no name finds.
     Variable &add_temporary(uint32_t type, Function &func);
     bool is_opaque_type(uint32_t type) const;
+    /// Whether variables may hold the type: all but the opaque ones, cooperative matrices and arrays of them included.
+    bool is_value_type(uint32_t type) const;
     uint32_t get_named_target(Variable &variable, const Constant &constant);
 
     // -- KolmCompilerReference.cpp ----------------------------------------------------------------------------------

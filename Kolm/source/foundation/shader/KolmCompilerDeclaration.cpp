@@ -51,7 +51,7 @@ struct Compiler::Qualifiers {
     SmallMap modes;           // execution modes
     Packing packing = PackingStd430;
     bool has_packing = false;
-    bool push_constant = false;
+    uint32_t record = ~0u; // storage class that the layout gives to a block
     bool execution = false; // the whole statement was an execution qualifier
 };
 
@@ -296,9 +296,10 @@ void Compiler::parse_layout(const char *&s, Qualifiers &qualifiers) {
             // a number that was left out would make words without their operand
             if(flag != (value == ~0u)) Parser::error("invalid layout qualifiers\n");
             qualifiers.decorations.append(*decoration, value);
-        } else if(strcmp(key.get(), "push_constant") == 0) {
-            if(qualifiers.push_constant) Parser::error("too many %s qualifiers\n", key.get());
-            qualifiers.push_constant = true;
+        } else if(strcmp(key.get(), "push_constant") == 0 || strcmp(key.get(), "shaderrecordext") == 0) {
+            if(qualifiers.record != ~0u) Parser::error("too many %s qualifiers\n", key.get());
+            qualifiers.record =
+                (key.get()[0] == 'p') ? SpvStorageClassPushConstant : SpvStorageClassShaderRecordBufferKHR;
         } else if(strcmp(key.get(), "std140") == 0 || strcmp(key.get(), "std430") == 0) {
             if(qualifiers.has_packing) Parser::error("too many %s qualifiers\n", key.get());
             qualifiers.has_packing = true;
@@ -323,7 +324,8 @@ void Compiler::parse_layout(const char *&s, Qualifiers &qualifiers) {
 void Compiler::parse_members(const char *&s, Structure &structure, const Qualifiers &block, const Scope *scope) {
     const bool memory =
         (structure.storage == SpvStorageClassUniform || structure.storage == SpvStorageClassPushConstant ||
-         structure.storage == SpvStorageClassStorageBuffer);
+         structure.storage == SpvStorageClassStorageBuffer ||
+         structure.storage == SpvStorageClassShaderRecordBufferKHR);
     for(;;) {
         Text::skip_blank(s);
         if(*s == '}') break;
@@ -453,9 +455,11 @@ void Compiler::parse_block(const char *&s, const String &name, Qualifiers &quali
     uint32_t storage = qualifiers.storage;
     if(qualifiers.structure == ~0u) Parser::error("unexpected \"%s\"\n", name.get());
     if(qualifiers.has(SpvDecorationConstant)) Parser::error("unused decoration qualifier\n");
-    if(qualifiers.push_constant) {
-        if(storage != SpvStorageClassUniform) Parser::error("invalid layout qualifiers\n");
-        storage = SpvStorageClassPushConstant;
+    if(qualifiers.record != ~0u) {
+        const bool push_constant = (qualifiers.record == SpvStorageClassPushConstant);
+        if(storage != (push_constant ? SpvStorageClassUniform : SpvStorageClassStorageBuffer))
+            Parser::error("invalid layout qualifiers\n");
+        storage = qualifiers.record;
     }
     if(!internal_text && is_reserved(name)) Parser::error("\"%s\" name reserved\n", name.get());
 
@@ -647,6 +651,8 @@ uint32_t Compiler::get_storage_stages(uint32_t storage) const {
     case SpvStorageClassHitAttributeKHR: return StageIntersection | StageAnyHit | StageClosest;
     case SpvStorageClassCallableDataKHR: return StageRayGen | StageClosest | StageMiss | StageCallable;
     case SpvStorageClassIncomingCallableDataKHR: return StageCallable;
+    case SpvStorageClassShaderRecordBufferKHR:
+        return StageRayGen | StageIntersection | StageAnyHit | StageClosest | StageMiss | StageCallable;
     default: return ~0u;
     }
 }
@@ -707,7 +713,7 @@ Compiler::Variable &Compiler::add_global(const String &name, const String &type,
         Parser::error("\"%s\" variable must be in a block\n", name.get());
     }
     if((get_storage_stages(storage) & get_stage(execution_model)) == 0) Parser::error("invalid storage class\n");
-    if(qualifiers.push_constant && storage != SpvStorageClassPushConstant) Parser::error("invalid layout qualifiers\n");
+    if(qualifiers.record != ~0u && storage != qualifiers.record) Parser::error("invalid layout qualifiers\n");
 
     Variable &variable = add_variable(name, full, length, storage, name.size() ? &global : nullptr);
     variable.src_offset = *source_offset;
@@ -767,6 +773,7 @@ void Compiler::add_interface(Variable &variable, const Qualifiers &qualifiers) {
         if(variable.storage == SpvStorageClassUniformConstant) break;
         return;
     case SpvStorageClassPushConstant:
+    case SpvStorageClassShaderRecordBufferKHR:
         decorations.remove(SpvDecorationBinding);
         decorations.remove(SpvDecorationDescriptorSet);
         if(variable.length != ~0u) Parser::error("invalid array length\n");

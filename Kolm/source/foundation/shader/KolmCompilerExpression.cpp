@@ -390,6 +390,8 @@ void Compiler::add_increment(Operand &operand, uint32_t code, Function &func) {
 
 uint32_t Compiler::add_operator(uint32_t code, uint32_t value, Function &func) {
     const Flags flags = get_target_flags(value);
+    if(code == CodeNegate && tensors.get(get_type(value)))
+        return add_value(func, get_operator_opcode(code, flags), get_type(value), {value});
     const bool plain = (flags & (FlagArray | FlagStructure)) == 0 && !is_opaque_type(get_type(value));
     if(plain && (flags & FlagMatrix) && code == CodeNegate) {
         ArrayStack<uint32_t, 4> columns;
@@ -425,6 +427,11 @@ uint32_t Compiler::add_operator(uint32_t code, uint32_t value_0, uint32_t value_
         Parser::error("invalid operator %s for %s and %s\n", get_code_name(code), get_target_type_name(value_0).get(),
                       get_target_type_name(value_1).get());
     };
+    if(tensors.get(type_0) || tensors.get(type_1)) {
+        const uint32_t result = add_tensor_operator(code, value_0, value_1, func);
+        if(result == ~0u) fail();
+        return result;
+    }
     if(equality && ((flags_0 | flags_1) & (other | FlagMatrix))) {
         if(is_opaque_type(type_0) || !is_same_type(type_0, type_1) || get_type_scalars(type_0) > 1024) fail();
         const uint32_t equal = add_equal(value_0, value_1, func);
@@ -475,6 +482,22 @@ uint32_t Compiler::add_operator(uint32_t code, uint32_t value_0, uint32_t value_
     }
     return add_value(func, (code == CodeEqual) ? SpvOpAll : SpvOpAny, add_type(FlagBool | Flag32Bit | FlagScalar),
                      {value});
+}
+
+// Cooperative matrices of one type are combined element by element, and scaled by numbers; ~0 for anything else.
+uint32_t Compiler::add_tensor_operator(uint32_t code, uint32_t value_0, uint32_t value_1, Function &func) {
+    if(code != CodeAdd && code != CodeSub && code != CodeMul && code != CodeDiv) return ~0u;
+    const uint32_t type_0 = get_type(value_0);
+    const uint32_t type_1 = get_type(value_1);
+    if(type_0 == type_1)
+        return add_value(func, get_operator_opcode(code, get_target_flags(type_0)), type_0, {value_0, value_1});
+    const bool first = (tensors.get(type_0) != nullptr);
+    const uint32_t number = first ? value_1 : value_0;
+    if(code != CodeMul || (get_target_flags(number) & FlagScalar) == 0) return ~0u;
+    const uint32_t type = first ? type_0 : type_1;
+    const uint32_t factor = add_convert_opcodes(func, get_target_type(type), number);
+    if(factor == ~0u) return ~0u;
+    return add_value(func, SpvOpMatrixTimesScalar, type, {first ? value_0 : value_1, factor});
 }
 
 // Products with a matrix; ~0 if the sizes do not fit.

@@ -74,6 +74,7 @@ constexpr struct {
     {SpvCapabilityGroupNonUniformPartitionedNV, "SPV_NV_shader_subgroup_partitioned", ~0u},
     {SpvCapabilityAtomicFloat32AddEXT, "SPV_EXT_shader_atomic_float_add", ~0u},
     {SpvCapabilityAtomicFloat64AddEXT, "SPV_EXT_shader_atomic_float_add", ~0u},
+    {SpvCapabilityDemoteToHelperInvocation, "SPV_EXT_demote_to_helper_invocation", ~0u},
     {SpvCapabilityDeviceGroup, "SPV_KHR_device_group", 0x10300},
     {SpvCapabilityMultiView, "SPV_KHR_multiview", 0x10300},
     {SpvCapabilityStorageBuffer16BitAccess, "SPV_KHR_16bit_storage", 0x10300},

@@ -21,6 +21,12 @@ bool Compiler::is_opaque_type(uint32_t type) const {
     return (uint64_t(get_target_flags(type)) & opaque) != 0;
 }
 
+bool Compiler::is_value_type(uint32_t type) const {
+    if(!is_opaque_type(type)) return true;
+    while(get_target_flags(type) & FlagArray) type = get_target_type(type);
+    return tensors.get(type) != nullptr;
+}
+
 uint32_t Compiler::get_operand_type(const Operand &operand) {
     if(operand.num_swizzle == 0) return operand.type;
     return add_type(get_vector_flags(get_target_flags(operand.type), operand.num_swizzle));
@@ -73,6 +79,7 @@ bool Compiler::parse_variable(const String &name, Operand &operand, Scope *scope
     case SpvStorageClassUniformConstant:
     case SpvStorageClassInput:
     case SpvStorageClassUniform:
+    case SpvStorageClassShaderRecordBufferKHR:
     case SpvStorageClassPushConstant: operand.constant = true; break;
     default: break;
     }
@@ -389,8 +396,7 @@ void Compiler::check_write(const Operand &operand) {
 
 void Compiler::store(const Operand &operand, uint32_t value, Function &func) {
     const uint32_t type = get_operand_type(operand);
-    const uint32_t result =
-        is_opaque_type(type) && tensors.get(type) == nullptr ? ~0u : add_convert_opcodes(func, type, value);
+    const uint32_t result = is_value_type(type) ? add_convert_opcodes(func, type, value) : ~0u;
     if(result == ~0u || !operand.place())
         Parser::error("can't assign %s to %s\n", get_target_type_name(value).get(), get_target_type_name(type).get());
     value = result;

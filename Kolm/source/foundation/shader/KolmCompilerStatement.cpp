@@ -159,6 +159,11 @@ bool Compiler::parse_keyword(const char *&s, const String &name, Function &func,
         if(execution_model != SpvExecutionModelFragment) Parser::error("instruction is not valid\n");
         expect(s, ';');
         add_opcode(func, SpvOpKill, {});
+    } else if(name == "demote") {
+        if(execution_model != SpvExecutionModelFragment) Parser::error("instruction is not valid\n");
+        expect(s, ';');
+        add_capability(SpvCapabilityDemoteToHelperInvocation);
+        add_opcode(func, SpvOpDemoteToHelperInvocationEXT, {});
     } else if(name == "case" || name == "default") {
         Parser::error("%s not in the switch\n", name.get());
     } else if(name == "precision") {
@@ -293,8 +298,7 @@ void Compiler::parse_local_variables(const char *&s, const String &type_name, co
         uint32_t length = get_array_type(type, lengths);
         uint32_t target = add_type(type, length, scope);
         const Flags flags = get_target_flags(target);
-        const bool opaque = is_opaque_type(target) && tensors.get(target) == nullptr;
-        if(opaque && (flags & FlagRayQuery) == 0) Parser::error("unexpected \"%s\"\n", name.get());
+        if(!is_value_type(target) && (flags & FlagRayQuery) == 0) Parser::error("unexpected \"%s\"\n", name.get());
         check_name(name, scope);
 
         Text::skip_blank(s);
@@ -327,8 +331,7 @@ uint32_t Compiler::parse_initial_value(const char *&s, uint32_t &type, Function 
         const bool array = (get_target_flags(value_type) & FlagArray);
         if(array && is_same_type(get_target_type(type), get_target_type(value_type))) type = value_type;
     }
-    const bool plain = !is_opaque_type(type) || tensors.get(type);
-    const uint32_t result = plain ? add_convert_opcodes(func, type, value) : ~0u;
+    const uint32_t result = is_value_type(type) ? add_convert_opcodes(func, type, value) : ~0u;
     if(result == ~0u)
         Parser::error("can't assign %s to %s\n", get_target_type_name(value).get(), get_target_type_name(type).get());
     return result;

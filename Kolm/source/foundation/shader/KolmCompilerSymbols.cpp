@@ -195,6 +195,7 @@ Compiler::Variable &Compiler::add_variable(const String &name, const String &typ
     case SpvStorageClassUniform:
     case SpvStorageClassOutput:
     case SpvStorageClassPushConstant:
+    case SpvStorageClassShaderRecordBufferKHR:
     case SpvStorageClassStorageBuffer: variable.usage = true; break;
     default: break;
     }

@@ -61,7 +61,12 @@ uint32_t Compiler::add_sampler_call(Call &call) {
     if(value == ~0u) call.invalid();
     // The shape must be that of the function's name.
     const Flags flags = get_target_flags(image);
-    const String name(call.name());
+    StringStack<64> name(call.name());
+    // The plain names take textures of integers too.
+    const char *const letter = name.get();
+    if((*letter == 'i' && (flags & FlagSInt) == 0) || (*letter == 'u' && (flags & FlagUInt) == 0))
+        Parser::error("invalid %s for %s\n", get_target_type_name(image).get(), call.name());
+    if(*letter != 's') name.remove(0);
     constexpr Flags shape = FlagImage | FlagImageArray | FlagImageMultisample;
     Flags wanted = name.begins("sampler2D") ? FlagImage2D : name.begins("sampler3D") ? FlagImage3D : FlagImageCube;
     if(name.contains("Array")) wanted |= FlagImageArray;
