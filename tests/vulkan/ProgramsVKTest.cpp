@@ -11,7 +11,7 @@
 #include <sstream>
 #include <string.h>
 
-#include "../shader/RandomProgram.h"
+#include "../shader/RandomFloatProgram.h"
 #include "GpuTest.h"
 
 using namespace Kolm;
@@ -136,35 +136,58 @@ static bool is_driver_fault(uint32_t seed) {
 
 // OSTREVAN_RANDOM_PROGRAMS in the environment asks for more of them, OSTREVAN_RANDOM_SEED for others; the seeds are then
 // told as they run, since a driver that ends the process tells none.
-TEST_F(ProgramsVKTest, random_integer_programs) {
-    const char *num_text = getenv("OSTREVAN_RANDOM_PROGRAMS");
-    const char *seed_text = getenv("OSTREVAN_RANDOM_SEED");
-    const uint32_t num_programs = num_text ? uint32_t(atoi(num_text)) : 2000;
-    const uint32_t first_seed = seed_text ? uint32_t(atoi(seed_text)) : 1;
-    constexpr uint32_t module_size = 8; // the driver's passes take more than linear time
-    uint32_t num_differences = 0;
-    for(uint32_t i = 0; i * module_size < num_programs; i++) {
-        const uint32_t seed = first_seed + i;
-        SCOPED_TRACE(testing::Message() << "seed " << seed);
-        if(seed_text) fprintf(stderr, "seed %u\n", seed);
-        if(is_driver_fault(seed)) continue;
-        const RandomModule module = create_random_module(seed, module_size);
-        KernelPtr kernel = createKernel(module.source, 0, 1);
-        if(!kernel) continue;
-        BufferPtr results = createBuffer(Buffer::FlagStorage | Buffer::FlagSource,
-                                         std::vector<uint32_t>(module.expected.size(), 0xDEADBEEF));
-        ComputePtr compute = createCompute();
-        compute->setKernel(kernel.get());
-        compute->setStorageBuffer(0, results.get());
-        compute->dispatch(1, 1, 1);
-        compute.reset();
-        const std::vector<uint32_t> words = getWords(results.get());
-        for(uint32_t j = 0; j < words.size(); j++) {
-            if(words[j] == module.expected[j]) continue;
-            if(num_differences++ < 8)
-                ADD_FAILURE() << "program " << j << " gives " << words[j] << " instead of " << module.expected[j];
+class RandomProgramsVKTest : public ProgramsVKTest {
+protected:
+    template<class Create> void check_random(uint32_t num_programs, Create &&create) {
+        const char *num_text = getenv("OSTREVAN_RANDOM_PROGRAMS");
+        const char *seed_text = getenv("OSTREVAN_RANDOM_SEED");
+        if(num_text) num_programs = uint32_t(atoi(num_text));
+        const uint32_t first_seed = seed_text ? uint32_t(atoi(seed_text)) : 1;
+        constexpr uint32_t module_size = 8; // the driver's passes take more than linear time
+        uint32_t num_differences = 0;
+        for(uint32_t i = 0; i * module_size < num_programs; i++) {
+            const uint32_t seed = first_seed + i;
+            SCOPED_TRACE(testing::Message() << "seed " << seed);
+            if(seed_text) fprintf(stderr, "seed %u\n", seed);
+            std::vector<uint32_t> input;
+            const RandomModule module = create(seed, module_size, input);
+            if(module.expected.empty()) continue;
+            KernelPtr kernel = createKernel(module.source, 0, input.empty() ? 1 : 2);
+            if(!kernel) continue;
+            BufferPtr results = createBuffer(Buffer::FlagStorage | Buffer::FlagSource,
+                                             std::vector<uint32_t>(module.expected.size(), 0xDEADBEEF));
+            BufferPtr numbers;
+            ComputePtr compute = createCompute();
+            compute->setKernel(kernel.get());
+            compute->setStorageBuffer(0, results.get());
+            if(!input.empty()) {
+                numbers = createBuffer(Buffer::FlagStorage | Buffer::FlagSource, input);
+                compute->setStorageBuffer(1, numbers.get());
+            }
+            compute->dispatch(1, 1, 1);
+            compute.reset();
+            const std::vector<uint32_t> words = getWords(results.get());
+            for(uint32_t j = 0; j < words.size(); j++) {
+                if(words[j] == module.expected[j]) continue;
+                if(num_differences++ < 8)
+                    ADD_FAILURE() << "program " << j << " gives " << words[j] << " instead of " << module.expected[j];
+            }
+            ASSERT_TRUE(device->flip());
         }
-        ASSERT_TRUE(device->flip());
+        EXPECT_EQ(num_differences, 0u) << "of " << num_programs << " programs";
     }
-    EXPECT_EQ(num_differences, 0u) << "of " << num_programs << " programs";
+};
+
+TEST_F(RandomProgramsVKTest, integers) {
+    check_random(2000, [](uint32_t seed, uint32_t size, std::vector<uint32_t> &) {
+        return is_driver_fault(seed) ? RandomModule() : create_random_module(seed, size);
+    });
+}
+
+TEST_F(RandomProgramsVKTest, floats_vectors_and_matrices) {
+    check_random(240, [](uint32_t seed, uint32_t size, std::vector<uint32_t> &input) {
+        RandomFloatModule module = create_random_float_module(seed, size);
+        input = module.input;
+        return RandomModule(module);
+    });
 }
