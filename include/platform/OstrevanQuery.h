@@ -11,7 +11,7 @@ namespace Ostrevan {
 
 /// Measures the work between beginQuery() and endQuery() of a device or recorder, made by Device::createQuery(). The
 /// result arrives when the work ran: readers never wait, and return false until then. A query may be begun again; that
-/// discards its result.
+/// discards its result. Of the queries that count samples one is begun at a time on a device, and one of statistics.
 ///
 ///     Query query = device.createQuery(Query::TypeTime);
 ///     device.beginQuery(query);

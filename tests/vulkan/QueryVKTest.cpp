@@ -3,7 +3,8 @@
 #include <string.h>
 #include <time.h>
 
-#include "GpuTest.h"
+#include "DrawTest.h"
+#include "VKFence.h"
 #include "VKQuery.h"
 
 using namespace Kolm;
@@ -227,4 +228,153 @@ TEST_F(QueryVKTest, failures) {
     expectLog("VKQuery::create(): queries are not supported");
     EXPECT_FALSE(create_query(Query::TypeTime));
     VK::hideAdapterExtension(nullptr);
+}
+
+// Samples of triangles are their pixels, whoever begins the query and wherever a pass begins and ends.
+class DrawQueryVKTest : public DrawTest {
+protected:
+    using QueryPtr = std::unique_ptr<Query>;
+
+    void SetUp() override {
+        DrawTest::SetUp();
+        pipeline = createPipeline({{Shader::TypeVertex, R"(#version 450
+            layout(std140, binding = 0) uniform Params { vec4 rect; };
+            void main() { gl_Position = vec4(rect.xy + rect.zw * vec2(gl_VertexIndex & 1, gl_VertexIndex >> 1), 0.0f, 1.0f); }
+        )"},
+                                   {Shader::TypeFragment, white_fragment}},
+                                  [](Pipeline &p) {
+                                      p.setUniformMask(0, Shader::MaskVertex);
+                                      p.setPrimitive(Pipeline::PrimitiveTriangleStrip);
+                                  });
+        texture = createTexture(FormatRGBAu8n, 64, 64);
+        target = createTarget({texture.get()}, Target::OpClearStore);
+        ASSERT_TRUE(pipeline && target);
+    }
+    void TearDown() override {
+        pipeline.reset();
+        target.reset();
+        texture.reset();
+        DrawTest::TearDown();
+    }
+    /// A rectangle of \p width x \p height pixels in the middle of the target.
+    void draw_rect(Command &command, uint32_t width, uint32_t height) {
+        const float w = float(width) / 32.0f, h = float(height) / 32.0f;
+        command.setPipeline(pipeline.get());
+        command.setUniform(0, std::array<float, 4>{-w * 0.5f, -h * 0.5f, w, h});
+        command.drawArrays(4);
+    }
+    uint64_t get_samples(Query *query) {
+        uint64_t samples = ~0ull;
+        EXPECT_TRUE(device->finish());
+        EXPECT_TRUE(query->getSamples(samples));
+        return samples;
+    }
+
+    PipelinePtr pipeline;
+    TexturePtr texture;
+    TargetPtr target;
+};
+
+TEST_F(DrawQueryVKTest, samples) {
+    QueryPtr samples(device->createQuery(Query::TypeSamples));
+    QueryPtr other(device->createQuery(Query::TypeSamples));
+    QueryPtr any(device->createQuery(Query::TypeAnySamples));
+    QueryPtr statistics(device->createQuery(Query::TypeStatistics));
+    QueryPtr time(device->createQuery(Query::TypeTime));
+    const auto draw_rects = [&](Query *query, uint32_t width, uint32_t height) {
+        CommandPtr command(device->createCommand(target.get()));
+        draw_rect(*command, 10, 6);
+        if(query) ASSERT_TRUE(command->beginQuery(query));
+        if(width) draw_rect(*command, width, height);
+        if(query) command->endQuery(query);
+        draw_rect(*command, 2, 2);
+    };
+    ASSERT_TRUE(device->beginQuery(statistics.get()));
+    ASSERT_TRUE(device->beginQuery(time.get()));
+    ASSERT_TRUE(target->begin());
+    draw_rects(samples.get(), 4, 4);
+    ASSERT_TRUE(target->end());
+    EXPECT_EQ(get_samples(samples.get()), 16u);
+
+    ASSERT_TRUE(device->beginQuery(samples.get())); // around the target
+    ASSERT_TRUE(target->begin());
+    draw_rects(nullptr, 7, 3);
+    expectLog("VKQuery::begin(): another Samples query is begun");
+    EXPECT_FALSE(device->beginQuery(other.get()));
+    ASSERT_TRUE(target->end());
+    ASSERT_TRUE(device->endQuery(samples.get()));
+    EXPECT_EQ(get_samples(samples.get()), 60u + 21 + 4);
+
+    ASSERT_TRUE(target->begin());
+    ASSERT_TRUE(device->beginQuery(other.get())); // before the first draw, to behind the end
+    draw_rects(nullptr, 0, 0);
+    ASSERT_TRUE(target->end());
+    ASSERT_TRUE(device->endQuery(other.get()));
+    EXPECT_EQ(get_samples(other.get()), 64u);
+
+    for(const uint32_t size : {0u, 3u}) {
+        ASSERT_TRUE(target->begin());
+        draw_rects(any.get(), size, size);
+        ASSERT_TRUE(target->end());
+        EXPECT_EQ(get_samples(any.get()) != 0, size != 0);
+    }
+    ASSERT_TRUE(device->endQuery(statistics.get()));
+    ASSERT_TRUE(device->endQuery(time.get()));
+    ASSERT_TRUE(device->finish());
+    Query::Statistics values;
+    ASSERT_TRUE(statistics->getStatistics(values));
+    EXPECT_EQ(values.input_vertices, 4u * 13);
+    EXPECT_EQ(values.input_primitives, 2u * 13);
+    EXPECT_GE(values.fragment_invocations, 64u * 5);
+    uint64_t nanoseconds = 0;
+    EXPECT_TRUE(time->getTime(nanoseconds));
+}
+
+// Command devices count what they draw; their parent's counts leave them out.
+TEST_F(DrawQueryVKTest, command_devices) {
+    QueryPtr own(device->createQuery(Query::TypeSamples));
+    QueryPtr parent(device->createQuery(Query::TypeSamples));
+    DevicePtr child(device->createCommandDevice(3));
+    ASSERT_TRUE(device->beginQuery(parent.get()));
+    ASSERT_TRUE(target->begin());
+    {
+        CommandPtr command(device->createCommand(target.get()));
+        draw_rect(*command, 4, 2);
+        CommandPtr child_command(child->createCommand());
+        ASSERT_TRUE(child_command);
+        ASSERT_TRUE(child_command->beginQuery(own.get()));
+        draw_rect(*child_command, 10, 10);
+        child_command->endQuery(own.get());
+        child_command.reset();
+        ASSERT_TRUE(device->execute(child.get()));
+        draw_rect(*command, 6, 6);
+    }
+    ASSERT_TRUE(target->end());
+    ASSERT_TRUE(device->endQuery(parent.get()));
+    EXPECT_EQ(get_samples(own.get()), 100u);
+    EXPECT_EQ(get_samples(parent.get()), 8u + 36);
+}
+
+// A target signals at its end, and waits at its begin for what another device does.
+TEST_F(DrawQueryVKTest, target_fences) {
+    std::unique_ptr<Fence> drawn(device->createFence(Fence::FlagNone));
+    std::unique_ptr<Fence> filled(device->createFence(Fence::FlagNone));
+    DevicePtr other(device->createComputeDevice(2));
+    BufferPtr buffer = createBuffer(Buffer::FlagSource, std::vector<uint32_t>(64, 0));
+    ASSERT_TRUE(other && device->finish());
+    const uint32_t value = 9;
+    ASSERT_TRUE(other->clearBuffer(buffer.get(), FormatRu32, &value));
+    ASSERT_TRUE(other->signalFence(filled.get()));
+    ASSERT_TRUE(target->begin(filled.get()));
+    {
+        CommandPtr command(device->createCommand(target.get()));
+        draw_rect(*command, 64, 64);
+    }
+    ASSERT_TRUE(target->end(drawn.get()));
+    EXPECT_EQ(drawn->getValue(), 1u);
+    EXPECT_TRUE(drawn->wait()) << "it is submitted by the end";
+    EXPECT_TRUE(filled->isSignaled());
+    const std::vector<Pixel> pixels = getPixels(texture.get());
+    for(const Pixel &pixel : pixels) ASSERT_EQ(pixel, (Pixel{255, 255, 255, 255}));
+    ASSERT_TRUE(other->finish());
 }

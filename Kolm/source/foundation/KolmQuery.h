@@ -8,7 +8,8 @@
 namespace Kolm {
 
 /// Measures the work between beginQuery() and endQuery() of a device or recorder. The result arrives when the work ran:
-/// readers never wait, and return false until then. A query may be begun again; that discards its result.
+/// readers never wait, and return false until then. A query may be begun again; that discards its result. Of the queries
+/// that count samples one is begun at a time on a device, and one of statistics.
 class Query : public PlatformBase {
 public:
     enum Type {

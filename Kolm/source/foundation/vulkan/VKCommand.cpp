@@ -2,6 +2,7 @@
 
 #include "VKBuffer.h"
 #include "VKPipeline.h"
+#include "VKQuery.h"
 #include "VKTarget.h"
 
 namespace Kolm {
@@ -167,5 +168,9 @@ void VKCommand::record_begin_conditional(Buffer *buffer, size_t offset) {
 }
 
 void VKCommand::record_end_conditional() { recorder.endConditional(); }
+
+bool VKCommand::record_begin_query(Query *query) { return begin_pass() && cast<VKQuery>(query)->begin(context); }
+
+bool VKCommand::record_end_query(Query *query) { return cast<VKQuery>(query)->end(context); }
 
 } // namespace Kolm

@@ -33,6 +33,8 @@ protected:
     bool record_draw_indirect(DrawType type, const Slot &source, uint32_t num, size_t stride) override;
     void record_begin_conditional(Buffer *buffer, size_t offset) override;
     void record_end_conditional() override;
+    bool record_begin_query(Query *query) override;
+    bool record_end_query(Query *query) override;
 
 private:
     bool begin_pass();

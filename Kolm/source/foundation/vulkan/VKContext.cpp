@@ -308,8 +308,8 @@ bool VKContext::execute(VKContext *child) {
     // What a child binds is not what this context has bound, and open conditions and queries are not the child's.
     notify(EventCommand);
     adapter->vkCmdExecuteCommands(getCommand(), 1, &command);
-    frame->children.append(child->retain()); // its device may go before this frame
-    notify(EventBegin);
+    frame->children.append(child->retain());  // its device may go before this frame
+    if(target == nullptr) notify(EventBegin); // nothing but children is recorded in a pass of children
     return true;
 }
 

@@ -71,7 +71,8 @@ public:
         EventCommand = 0, ///< the command buffer is about to be closed: state that was bound is gone
         EventFinish,      ///< all work ran: descriptor sets are gone and transient memory is about to be
         EventFlip,        ///< the next frame begins: both are gone
-        EventBegin,       ///< a command buffer was begun
+        EventPass,        ///< a render pass is about to begin or end: what is open may not cross it
+        EventBegin,       ///< a command buffer was begun, or a pass was begun or ended
     };
 
     /// Kinds of queries. Each has pools of its own.
@@ -281,6 +282,9 @@ public:
         if(result) frame->queries.append(result);
         result = QueryResult();
     }
+    /// A command buffer takes one open count of each kind. False if there is one.
+    bool beginQuery(QueryType type) { return !query_active[type] && (query_active[type] = true); }
+    void endQuery(QueryType type) { query_active[type] = false; }
     /// Destroys all pools, which nothing uses any more.
     void releaseQueries();
     /// Values of a result are there. \p values holds getNumQueryValues().
@@ -327,6 +331,9 @@ public:
     /// Stages that can do \p access on this context's queue.
     VkPipelineStageFlags getStages(VkAccessFlags access) const;
 
+    /// A target tells of its passes.
+    void notifyPass(Event event) { notify(event); }
+
 private:
     struct Ring {
         Array<Buffer *> buffers; // free ones
@@ -367,6 +374,7 @@ private:
     uint64_t idle_epoch = 1; // the least epoch that may be running still
     Ring rings[NumTransientTypes];
     Array<VkQueryPool> query_pools;
+    bool query_active[NumQueryTypes] = {};
     Array<QueryResult> queries[NumQueryTypes]; // free ones
     Listener *listeners = nullptr;
     VKContext *parent = nullptr;

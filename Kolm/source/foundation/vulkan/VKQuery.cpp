@@ -2,6 +2,7 @@
 
 #include "KolmLog.h"
 #include "VKBuffer.h"
+#include "VKTarget.h"
 
 namespace Kolm {
 
@@ -54,11 +55,12 @@ void VKQuery::stop() {
     if(!is_active) return;
     close();
     query_context->removeListener(this);
+    query_context->endQuery(query_types[query_type]);
     is_active = false;
 }
 
 void VKQuery::notify(VKContext::Event event) {
-    if(event == VKContext::EventCommand) close();
+    if(event == VKContext::EventCommand || event == VKContext::EventPass) close();
     if(event == VKContext::EventBegin && !is_open) open();
 }
 
@@ -107,9 +109,17 @@ bool VKQuery::begin(VKContext *ctx) {
         Log::print(Log::Error, message);
         return false;
     }
+    if(ctx->getTarget() && !ctx->getTarget()->leaveSecondary()) return false;
     query_context = ctx->retain();
     if(query_type == TypeTime) return write_time();
-    if(!open()) return false;
+    if(!ctx->beginQuery(query_types[query_type])) {
+        Log::printf(Log::Error, "VKQuery::begin(): another %s query is begun\n", getTypeName());
+        return false;
+    }
+    if(!open()) {
+        ctx->endQuery(query_types[query_type]);
+        return false;
+    }
     ctx->addListener(this);
     return is_active = true;
 }
@@ -120,6 +130,7 @@ bool VKQuery::end(VKContext *ctx) {
         release();
         return false;
     }
+    if(ctx->getTarget() && !ctx->getTarget()->leaveSecondary()) return false;
     if(query_type == TypeTime) return write_time();
     stop();
     return true;

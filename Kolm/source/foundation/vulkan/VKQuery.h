@@ -12,8 +12,8 @@ namespace Kolm {
 
 class VKBuffer;
 
-/// May be begun on any context of its adapter. A count that is open when a command buffer ends goes on in the next one
-/// with another result; values are sums. Work of command devices is not counted.
+/// May be begun on any context of its adapter, inside and outside of targets. A count that is open when a command buffer
+/// ends, or a pass begins or ends, goes on behind that with another result; values are sums. Work of command devices is not counted.
 class VKQuery : public Query, private VKContext::Listener {
 public:
     explicit VKQuery(VKContext *context);
@@ -46,7 +46,7 @@ private:
 
     VKContext *context = nullptr;
     VKContext *query_context = nullptr; // that the results are of
-    // Times: begin and end. Counts: one result for each command buffer.
+    // Times: begin and end. Counts: one result for each command buffer and pass.
     Array<VKContext::QueryResult> results;
     bool is_active = false; // between begin() and end() of a count
     bool is_open = false;   // the last result counts

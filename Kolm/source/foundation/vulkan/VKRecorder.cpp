@@ -36,6 +36,9 @@ void VKRecorder::drop_sets() {
 void VKRecorder::notify(VKContext::Event event) {
     switch(event) {
     case VKContext::EventCommand: end_conditional(); return;
+    case VKContext::EventPass:
+        if(bind_point == VK_PIPELINE_BIND_POINT_GRAPHICS) end_conditional();
+        return;
     case VKContext::EventBegin: return;
     case VKContext::EventFinish: save_memory(); break;
     case VKContext::EventFlip:

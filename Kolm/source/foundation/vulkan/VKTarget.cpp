@@ -1,6 +1,7 @@
 #include "VKTarget.h"
 
 #include "KolmLog.h"
+#include "VKFence.h"
 #include "VKFormat.h"
 #include "VKSurface.h"
 #include "VKTexture.h"
@@ -161,7 +162,7 @@ bool VKTarget::begin_target(Fence *fence) {
                     context->getTarget() ? "another target is enabled" : "command devices have no targets");
         return false;
     }
-    if(fence) {
+    if(fence && !cast<VKFence>(fence)->wait(context)) {
         Log::printf(Log::Error, "VKTarget::begin(): can't wait fence\n");
         return false;
     }
@@ -224,7 +225,7 @@ bool VKTarget::begin_pass(VkSubpassContents contents) {
             Log::printf(Log::Error, "VKTarget::get_render_pass(): can't create render pass\n");
             return false;
         }
-        adapter->vkCmdEndRenderPass(context->getCommand());
+        end_pass();
     }
     VkClearValue clears[NumTargets + 1];
     for(uint32_t i = 0; i < key.num_colors; i++) clears[i] = get_clear_value(i);
@@ -235,18 +236,26 @@ bool VKTarget::begin_pass(VkSubpassContents contents) {
     info.renderArea.extent = {width, height};
     info.clearValueCount = key.num_colors + (key.depth.format ? 1 : 0);
     info.pClearValues = clears;
+    context->notifyPass(VKContext::EventPass);
     adapter->vkCmdBeginRenderPass(context->getCommand(), &info, contents);
     has_pass = true;
     pass_contents = contents;
+    if(contents == VK_SUBPASS_CONTENTS_INLINE) context->notifyPass(VKContext::EventBegin);
     return true;
+}
+
+void VKTarget::end_pass() {
+    context->notifyPass(VKContext::EventPass);
+    adapter->vkCmdEndRenderPass(context->getCommand());
+    has_pass = false;
+    context->notifyPass(VKContext::EventBegin);
 }
 
 bool VKTarget::end_target(Fence *fence) {
     beginPass(has_pass ? pass_contents : VK_SUBPASS_CONTENTS_INLINE);
-    adapter->vkCmdEndRenderPass(context->getCommand());
-    has_pass = false;
+    end_pass();
     context->setTarget(nullptr);
-    if(fence == nullptr) return true;
+    if(fence == nullptr || cast<VKFence>(fence)->signal(context)) return true;
     Log::printf(Log::Error, "VKTarget::end(): can't signal fence\n");
     return false;
 }

@@ -29,6 +29,10 @@ public:
     bool beginPass(VkSubpassContents contents) {
         return (KOLM_LIKELY(has_pass && pass_contents == contents) || begin_pass(contents));
     }
+    /// Goes on with own commands if those of command devices are under way. False if the reason was logged.
+    bool leaveSecondary() {
+        return (!has_pass || pass_contents == VK_SUBPASS_CONTENTS_INLINE || begin_pass(VK_SUBPASS_CONTENTS_INLINE));
+    }
     /// What secondary command buffers inherit, while the target is enabled.
     VkRenderPass getRenderPass() const { return render_pass; }
     VkFramebuffer getFramebuffer() const { return framebuffer; }
@@ -51,6 +55,7 @@ private:
     };
 
     bool begin_pass(VkSubpassContents contents);
+    void end_pass();
     void get_attachments();
     bool create_pass();
     bool create_surface();
