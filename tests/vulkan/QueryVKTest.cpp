@@ -284,7 +284,9 @@ TEST_F(DrawQueryVKTest, samples) {
     const auto draw_rects = [&](Query *query, uint32_t width, uint32_t height) {
         CommandPtr command(device->createCommand(target.get()));
         draw_rect(*command, 10, 6);
-        if(query) ASSERT_TRUE(command->beginQuery(query));
+        if(query) {
+            ASSERT_TRUE(command->beginQuery(query));
+        }
         if(width) draw_rect(*command, width, height);
         if(query) command->endQuery(query);
         draw_rect(*command, 2, 2);
