@@ -235,6 +235,40 @@ void read_back(benchmark::State &state) {
         transfer_size);
 }
 
+// A texture that the device may be using, so that every byte goes through transient memory.
+void texture_upload(benchmark::State &state) {
+    Gpu gpu;
+    if(!gpu.device) return state.SkipWithError("no device");
+    Image image(Image::Type2D, FormatRGBAu8n, Size(8192, 8192)), copy(image);
+    std::unique_ptr<Texture> texture(gpu.device->createTexture2D(FormatRGBAu8n, 8192, Texture::FlagSource));
+    compare(
+        state,
+        [&] {
+            gpu.device->setTexture(texture.get(), image);
+            gpu.device->finish();
+        },
+        [&] {
+            memcpy(copy.getData(), image.getData(), transfer_size);
+            benchmark::ClobberMemory();
+        },
+        transfer_size);
+}
+
+void texture_read_back(benchmark::State &state) {
+    Gpu gpu;
+    if(!gpu.device) return state.SkipWithError("no device");
+    Image image(Image::Type2D, FormatRGBAu8n, Size(8192, 8192)), copy(image);
+    std::unique_ptr<Texture> texture(gpu.device->createTexture2D(FormatRGBAu8n, 8192, Texture::FlagSource));
+    gpu.device->setTexture(texture.get(), image);
+    compare(
+        state, [&] { gpu.device->getTexture(texture.get(), image); },
+        [&] {
+            memcpy(copy.getData(), image.getData(), transfer_size);
+            benchmark::ClobberMemory();
+        },
+        transfer_size);
+}
+
 void buffers(benchmark::State &state) {
     Gpu gpu;
     if(!gpu.device) return state.SkipWithError("no device");
@@ -283,5 +317,7 @@ BENCHMARK(dispatch_allocations)->UseManualTime()->Iterations(10)->Unit(benchmark
 BENCHMARK(upload)->UseManualTime()->Iterations(5)->Unit(benchmark::kMillisecond);
 BENCHMARK(upload_in_use)->UseManualTime()->Iterations(5)->Unit(benchmark::kMillisecond);
 BENCHMARK(read_back)->UseManualTime()->Iterations(5)->Unit(benchmark::kMillisecond);
+BENCHMARK(texture_upload)->UseManualTime()->Iterations(5)->Unit(benchmark::kMillisecond);
+BENCHMARK(texture_read_back)->UseManualTime()->Iterations(5)->Unit(benchmark::kMillisecond);
 BENCHMARK(buffers)->UseManualTime()->Iterations(5)->Unit(benchmark::kMillisecond);
 BENCHMARK(start)->UseManualTime()->Iterations(10)->Unit(benchmark::kMillisecond);

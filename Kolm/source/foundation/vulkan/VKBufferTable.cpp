@@ -21,7 +21,7 @@ void VKBufferTable::setName(const char *name) {
 }
 
 bool VKBufferTable::create(uint32_t size) {
-    if(!init(size)) return false;
+    if(!table.check("VKBufferTable", size) || !init(size)) return false;
     if(table.create("VKBufferTable", size)) return true;
     clear();
     return false;

@@ -12,7 +12,7 @@ VKTable::~VKTable() {
     VKContext::release(context);
 }
 
-bool VKTable::isSupported(const VKAdapter *adapter, VkDescriptorType type, uint32_t size) {
+bool VKTable::is_supported(uint32_t size) const {
     const VkPhysicalDeviceDescriptorIndexingFeatures &features = adapter->getDescriptorIndexingFeatures();
     const VkPhysicalDeviceDescriptorIndexingProperties &limits = adapter->getDescriptorIndexingProperties();
     if(!features.descriptorBindingPartiallyBound || size > limits.maxUpdateAfterBindDescriptorsInAllPools) return false;
@@ -25,15 +25,19 @@ bool VKTable::isSupported(const VKAdapter *adapter, VkDescriptorType type, uint3
            size <= limits.maxPerStageDescriptorUpdateAfterBindSampledImages;
 }
 
+bool VKTable::check(const char *name, uint32_t size) const {
+    if(is_supported(size)) return true;
+    Log::printf(Log::Error, "%s::create(): can't create descriptor layout\n", name);
+    return false;
+}
+
 bool VKTable::create(const char *name, uint32_t size) {
     const VkDevice device = adapter->getDevice();
     const VKLayouts::Binding binding = getBinding(type, size);
-    if(isSupported(adapter, type, size)) {
-        VKLayouts &layouts = VKLayouts::get(adapter->getIndex());
-        layouts.retain();
-        has_layouts = true;
-        layout = layouts.getSetLayout(device, &binding, 1, true);
-    }
+    VKLayouts &layouts = VKLayouts::get(adapter->getIndex());
+    layouts.retain();
+    has_layouts = true;
+    layout = layouts.getSetLayout(device, &binding, 1, true);
     if(layout == VK_NULL_HANDLE) {
         Log::printf(Log::Error, "%s::create(): can't create descriptor layout\n", name);
         release();

@@ -21,7 +21,7 @@ void VKTextureTable::setName(const char *name) {
 }
 
 bool VKTextureTable::create(Texture::Type type, uint32_t size) {
-    if(!init(type, size)) return false;
+    if(!table.check("VKTextureTable", size) || !init(type, size)) return false;
     if(table.create("VKTextureTable", size)) return true;
     clear();
     return false;
