@@ -51,7 +51,10 @@ void Target::setColorTexture(uint32_t index, Texture *texture, Operation op, con
     target.operation = op;
     target.texture = texture;
     target.texture_slice = slice;
-    for(num_targets = 0; num_targets < NumTargets && targets[num_targets].texture; num_targets++) {}
+    // A surface has the one target of its format; only the operation counts then.
+    if(surface == nullptr) {
+        for(num_targets = 0; num_targets < NumTargets && targets[num_targets].texture; num_targets++) {}
+    }
     clear_target();
 }
 

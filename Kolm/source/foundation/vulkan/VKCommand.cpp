@@ -33,7 +33,7 @@ void VKCommand::bind_pipeline(Pipeline *new_pipeline) {
         caller.fail("invalid pipeline: %s pipeline has %u samples, and the target %u", Caller::getText(vk_pipeline),
                     vk_pipeline->getMultisample(), target->getMultisample());
     }
-    recorder.bind(vk_pipeline->getPipeline());
+    // Bound by the draw: what may be recorded before depends on the pass.
 }
 
 bool VKCommand::allocate_memory(Transient type, size_t size, Memory &memory) {

@@ -33,7 +33,6 @@ VKContext::VKContext(VKAdapter *adapter, uint32_t family, uint32_t index)
 
 VKContext::~VKContext() {
     destroy();
-    release(parent);
     adapter->releaseContext();
     VK::release();
 }
@@ -149,6 +148,7 @@ void VKContext::removeListener(Listener *listener) {
     if(listener->next_listener) listener->next_listener->prev_listener = listener->prev_listener;
     if(listener->prev_listener) listener->prev_listener->next_listener = listener->next_listener;
     if(listeners == listener) listeners = listener->next_listener;
+    if(recorder == listener) recorder = nullptr;
     listener->prev_listener = listener->next_listener = nullptr;
 }
 
@@ -269,12 +269,6 @@ bool VKContext::finish(bool submit, bool reset) {
         notify(EventBegin);
     }
     return true;
-}
-
-void VKContext::setParent(VKContext *new_parent) {
-    VKContext *old_parent = parent;
-    parent = new_parent ? new_parent->retain() : nullptr;
-    release(old_parent);
 }
 
 bool VKContext::inherit(VkRenderPass pass, VkFramebuffer framebuffer) {

@@ -238,9 +238,9 @@ public:
     /// Runs the one command buffer of a secondary context within this one.
     bool execute(VKContext *child);
 
-    /// Context whose device made this secondary one, or null.
-    void setParent(VKContext *new_parent);
-    VKContext *getParent() const { return parent; }
+    /// Who recorded last: what others bound before is not bound any more. Null is nobody.
+    void setRecorder(const Listener *new_recorder) { recorder = new_recorder; }
+    bool isRecorder(const Listener *other) const { return (recorder == other); }
     /// Target that is enabled on this context, or null. Nothing but drawing is recorded then.
     void setTarget(VKTarget *new_target) { target = new_target; }
     VKTarget *getTarget() const { return target; }
@@ -377,8 +377,8 @@ private:
     bool query_active[NumQueryTypes] = {};
     Array<QueryResult> queries[NumQueryTypes]; // free ones
     Listener *listeners = nullptr;
-    VKContext *parent = nullptr;
     VKTarget *target = nullptr;
+    const Listener *recorder = nullptr;
 };
 
 } // namespace Kolm

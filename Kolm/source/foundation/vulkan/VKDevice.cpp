@@ -19,9 +19,9 @@ VKDevice::VKDevice(VKOffscreen *offscreen) : VKDevice(offscreen->getContext()->r
 
 VKDevice::VKDevice(VKSurface *surface) : VKDevice(surface->getContext()->retain()) {}
 
-// A frame of the parent may hold this context as one that it runs: the two must not keep each other alive.
+// A frame of the parent may hold this context as one that it runs: only the device keeps the parent alive.
 VKDevice::~VKDevice() {
-    context->setParent(nullptr);
+    VKContext::release(parent);
     VKContext::release(context);
 }
 
@@ -184,7 +184,7 @@ Device *VKDevice::createCommandDevice(uint32_t frames) {
     frames = max(frames, context->getNumFrames() + 1);
     Device *device = create_device(adapter, adapter->graphics_family, adapter->graphics_index,
                                    VK_COMMAND_BUFFER_LEVEL_SECONDARY, frames);
-    if(device) static_cast<VKDevice *>(device)->context->setParent(context);
+    if(device) static_cast<VKDevice *>(device)->parent = context->retain();
     return device;
 }
 

@@ -150,6 +150,7 @@ private:
 
     VKAdapter *adapter = nullptr;
     VKContext *context = nullptr;
+    VKContext *parent = nullptr; // of a command device: that of the device which made it
 };
 
 } // namespace Kolm

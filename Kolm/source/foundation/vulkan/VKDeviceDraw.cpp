@@ -27,7 +27,7 @@ const Target *VKDevice::get_enabled_target() const { return context->getTarget()
 // A command device draws into a target of its parent.
 Command *VKDevice::create_command(Target *target) {
     VKTarget *vk_target = cast<VKTarget>(target);
-    if(vk_target == nullptr && context->getParent()) vk_target = context->getParent()->getTarget();
+    if(vk_target == nullptr && parent) vk_target = parent->getTarget();
     if(vk_target == nullptr) {
         Log::printf(Log::Error, "VKDevice::createCommand(): no target is enabled\n");
         return nullptr;

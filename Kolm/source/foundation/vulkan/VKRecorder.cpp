@@ -161,9 +161,10 @@ bool VKRecorder::check_resources(const Slot *indirect) {
 }
 
 void VKRecorder::bind(VkPipeline pipeline) {
-    if(epoch != context->getEpoch() || bound_pipeline != pipeline) {
+    if(epoch != context->getEpoch() || bound_pipeline != pipeline || !context->isRecorder(this)) {
         if(bound_pipeline != pipeline) drop_sets();
         epoch = context->getEpoch();
+        context->setRecorder(this);
         bound_pipeline = pipeline;
         slots.update_mask = slots.update_all;
         adapter->vkCmdBindPipeline(context->getCommand(), bind_point, pipeline);
