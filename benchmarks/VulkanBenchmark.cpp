@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "Compare.h"
+#include "KolmImage.h"
 #include "KolmShaderCompiler.h"
 #include "VKBuffer.h"
 #include "VKCompute.h"

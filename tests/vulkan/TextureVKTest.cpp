@@ -1,62 +1,18 @@
 // Textures on the device: creation, views, layouts, transfers, copies, fills and mipmaps against the same work on images.
 
 #include <algorithm>
+#include <array>
 #include <math.h>
 #include <random>
 #include <string.h>
 
-#include "GpuTest.h"
 #include "KolmAllocator.h"
-#include "VKFormat.h"
+#include "TextureGpuTest.h"
 #include "VKSampler.h"
-#include "VKTexture.h"
 
 using namespace Kolm;
 
-class TextureVKTest : public GpuTest {
-protected:
-    using TexturePtr = std::unique_ptr<Texture>;
-    TexturePtr createTexture(Texture::Type type, Format format, const Size &size, uint32_t layers,
-                             Texture::Flags flags) {
-        return TexturePtr(device->createTexture(type, format, size, layers, flags));
-    }
-    static VKTexture *vk(const TexturePtr &texture) { return static_cast<VKTexture *>(texture.get()); }
-
-    static constexpr Texture::Flags source = Texture::FlagSource;
-    static constexpr Texture::Flags mipmaps = Texture::FlagMipmaps;
-
-    std::mt19937 random{1};
-
-    void fill(Image &image) {
-        uint8_t *data = image.getData();
-        for(size_t i = 0, size = image.getDataSize(); i < size; i++) data[i] = uint8_t(random());
-        clear_padding(image);
-    }
-    /// Bytes of depth pixels that mean nothing come back as zeros.
-    static void clear_padding(Image &image) {
-        const size_t size = image.getDataSize();
-        uint8_t *data = image.getData();
-        for(size_t i = 0; i < size; i += image.getPixelSize()) {
-            switch(image.getFormat()) {
-            case FormatDu16Su8:
-            case FormatDu24: data[i + 3] = 0; break;
-            case FormatDf32Su8: data[i + 5] = data[i + 6] = data[i + 7] = 0; break;
-            default: return;
-            }
-        }
-    }
-    static Image get_image(const Texture &texture) {
-        const Image::Flags flags = texture.hasMipmaps() ? Image::FlagMipmaps : Image::FlagNone;
-        return Image(Image::Type(texture.getType()), texture.getFormat(), texture.getSize(), texture.getLayers(),
-                     flags);
-    }
-    Image read(const TexturePtr &texture) {
-        Image image = get_image(*texture);
-        EXPECT_TRUE(device->getTexture(texture.get(), image));
-        return image;
-    }
-    static uint32_t get_unit_size(const Image &image) { return std::max(image.getPixelSize(), image.getBlockSize()); }
-};
+class TextureVKTest : public TextureGpuTest {};
 
 // Every format that the device has, in all types, with layers and levels of odd sizes.
 TEST_F(TextureVKTest, transfers_are_exact) {
@@ -621,39 +577,4 @@ TEST_F(TextureVKTest, views) {
     expectLog("VKTexture::getTextureView(): can't create view of 2D RGBAu8n 32x32 m6 Mipmaps texture");
     expectLog("VKTexture::getTextureView(): can't create view of Cube RGBAu8n 32x32 l3 m6 Mipmaps texture");
     expectLog("Texture::check(): invalid mipmaps 5-10 for texture with 6 mipmaps");
-}
-
-TEST_F(TextureVKTest, samplers) {
-    using S = Sampler;
-    uint32_t num = 0;
-    for(uint32_t filter = 0; filter < S::NumFilters; filter++) {
-        for(uint32_t wrap = 0; wrap < S::NumWrapModes; wrap++) {
-            std::unique_ptr<Sampler> sampler(device->createSampler(S::Filter(filter), S::WrapMode(wrap)));
-            ASSERT_TRUE(sampler && static_cast<VKSampler *>(sampler.get())->getSampler());
-            num++;
-        }
-    }
-    for(uint32_t i = 0; i < 16; i++) {
-        std::unique_ptr<Sampler> sampler(device->createSampler());
-        sampler->setCompareFunc(S::CompareFunc(i % S::NumCompareFunctions)).setAnisotropy(i + 1);
-        sampler->setLod(-1e30f, float(i), 100.0f - float(i) * 20.0f).setBorderColor(Color(1.0f, 1.0f, 1.0f, 1.0f));
-        ASSERT_TRUE(sampler->create());
-        // Parameters stay, and the sampler can be made again.
-        device->releaseSampler(sampler.get());
-        EXPECT_FALSE(sampler->isCreated());
-        EXPECT_EQ(sampler->getAnisotropy(), i + 1);
-        ASSERT_TRUE(sampler->create());
-        std::unique_ptr<Sampler> other(device->createSampler(sampler.get()));
-        EXPECT_FALSE(other->isCreated());
-        EXPECT_EQ(other->getLodMax(), float(i));
-    }
-    // Older layers know the feature of Vulkan 1.2 alone, which the extension stands for.
-    allowLog("VUID-VkSamplerCreateInfo-pNext-06726");
-    for(const bool compare : {false, true}) {
-        std::unique_ptr<Sampler> sampler(device->createSampler());
-        sampler->setReductionMode(S::ReductionModeMax);
-        if(compare) sampler->setCompareFunc(S::CompareFuncLess);
-        EXPECT_EQ(sampler->create(), !compare && getAdapter()->has_sampler_filter_minmax_ext);
-    }
-    expectLog("VKSampler::create(): can't create sampler");
 }
