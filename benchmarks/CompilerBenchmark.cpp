@@ -1,9 +1,15 @@
 // Compile time beside the reference compiler, in one process and one run: own words for each shader of the corpus
-// against theirs without optimiser. Times are medians of 20 warm compiles.
+// against theirs without optimiser, from the text as it stands in the file. Times are medians of 20 warm compiles. Cold
+// starts compare the two programs as a build calls them; memory is that of a process of its own for each text.
 
 #include <benchmark/benchmark.h>
 
+#include <fcntl.h>
+#include <spawn.h>
 #include <stdio.h>
+#include <string.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
@@ -42,6 +48,14 @@ const struct {
     {".rint", Shader::TypeIntersection}, {".rcall", Shader::TypeCallable},
 };
 
+// From the text of a file to words.
+bool compile_text(Compiler &compiler, const Text &text) {
+    static const Kolm::String macros("KOLM_GLSL=1");
+    const Kolm::String src = Shader::preprocessor(text.src.c_str(), macros);
+    uint32_t offset = 0;
+    return compiler.compileGLSL(text.type, src.get(), nullptr, offset);
+}
+
 // Shaders of the tests that both compilers take as they stand, ordered by name.
 const std::vector<Text> &get_corpus() {
     static std::vector<Text> corpus;
@@ -56,9 +70,7 @@ const std::vector<Text> &get_corpus() {
             text.name = entry.path().filename().string();
             text.type = row.type;
             text.src = std::string(std::istreambuf_iterator<char>(file), {});
-            uint32_t offset = 0;
-            if(!compiler.compileGLSL(text.type, text.src.c_str(), nullptr, offset)) continue;
-            corpus.push_back(text);
+            if(compile_text(compiler, text)) corpus.push_back(text);
         }
     }
     std::sort(corpus.begin(), corpus.end(), [](const Text &a, const Text &b) { return a.name < b.name; });
@@ -98,10 +110,7 @@ std::string get_large_text(size_t size) {
 }
 
 double get_own_time(Compiler &compiler, const Text &text, uint32_t count) {
-    return get_median(count, [&] {
-        uint32_t offset = 0;
-        benchmark::DoNotOptimize(compiler.compileGLSL(text.type, text.src.c_str(), nullptr, offset));
-    });
+    return get_median(count, [&] { benchmark::DoNotOptimize(compile_text(compiler, text)); });
 }
 
 } // namespace
@@ -109,10 +118,7 @@ double get_own_time(Compiler &compiler, const Text &text, uint32_t count) {
 static void compile_corpus(benchmark::State &state) {
     Compiler compiler;
     for(auto _ : state) {
-        for(const Text &text : get_corpus()) {
-            uint32_t offset = 0;
-            benchmark::DoNotOptimize(compiler.compileGLSL(text.type, text.src.c_str(), nullptr, offset));
-        }
+        for(const Text &text : get_corpus()) benchmark::DoNotOptimize(compile_text(compiler, text));
     }
     state.counters["shaders"] = double(get_corpus().size());
 }
@@ -155,10 +161,7 @@ static void compile_on_two_threads(benchmark::State &state) {
     compare_threads(state, [&](size_t first, size_t step) {
         Compiler compiler;
         for(uint32_t pass = 0; pass < 8; pass++) {
-            for(size_t i = first; i < corpus.size(); i += step) {
-                uint32_t offset = 0;
-                compiler.compileGLSL(corpus[i].type, corpus[i].src.c_str(), nullptr, offset);
-            }
+            for(size_t i = first; i < corpus.size(); i += step) compile_text(compiler, corpus[i]);
         }
     });
 }
@@ -198,8 +201,7 @@ static void compile_large(benchmark::State &state) {
     Compiler compiler;
     const Text text = {"large", Shader::TypeCompute, get_large_text(size_t(state.range(0)))};
     for(auto _ : state) {
-        uint32_t offset = 0;
-        if(!compiler.compileGLSL(text.type, text.src.c_str(), nullptr, offset)) state.SkipWithError("can't compile");
+        if(!compile_text(compiler, text)) state.SkipWithError("can't compile");
     }
     state.counters["bytes"] = double(text.src.size());
 }
@@ -260,4 +262,109 @@ static void compare_large(benchmark::State &state) {
 }
 BENCHMARK(compare_large)->Arg(32 << 10)->Arg(128 << 10)->Unit(benchmark::kMillisecond)->Iterations(1);
 
+// -- Memory -----------------------------------------------------------------------------------------------------------
+
+// A line of /proc/self/status in KiB.
+static size_t get_status(const char *key) {
+    std::ifstream file("/proc/self/status");
+    for(std::string line; std::getline(file, line);) {
+        if(line.compare(0, strlen(key), key) == 0) return std::stoul(line.substr(strlen(key)));
+    }
+    return 0;
+}
+
+// KiB that the work needs at its height, in a process of its own.
+template<class Function> static size_t get_peak(Function &&work) {
+    int ends[2];
+    if(pipe(ends)) return 0;
+    const pid_t child = fork();
+    if(child == 0) {
+        FILE *file = fopen("/proc/self/clear_refs", "w"); // the height begins anew
+        if(file) {
+            fputs("5", file);
+            fclose(file);
+        }
+        const size_t before = get_status("VmRSS:");
+        work();
+        const size_t size = get_status("VmHWM:") - before;
+        _exit(write(ends[1], &size, sizeof(size)) != sizeof(size));
+    }
+    size_t size = 0;
+    if(read(ends[0], &size, sizeof(size)) != sizeof(size)) size = 0;
+    waitpid(child, nullptr, 0);
+    close(ends[0]);
+    close(ends[1]);
+    return size;
+}
+
+// The corpus (0), or a text of some bytes, by a compiler that has done nothing before.
+static void compare_memory(benchmark::State &state) {
+    std::vector<Text> texts;
+    if(state.range(0))
+        texts.push_back({"large", Shader::TypeCompute, get_large_text(size_t(state.range(0)))});
+    else
+        texts = get_corpus();
+    size_t own = 0, other = 0;
+    for(auto _ : state) {
+        own = get_peak([&] {
+            Compiler compiler;
+            for(const Text &text : texts) compile_text(compiler, text);
+        });
+        other = get_peak([&] {
+            ReferenceCompiler reference;
+            for(const Text &text : texts) reference.compile(text.type, text.src.c_str());
+        });
+    }
+    state.counters["own_KiB"] = double(own);
+    state.counters["reference_KiB"] = double(other);
+    state.counters["ratio"] = double(own) / double(other);
+}
+BENCHMARK(compare_memory)->Arg(0)->Arg(32 << 10)->Arg(256 << 10)->Unit(benchmark::kMillisecond)->Iterations(1);
+
 #endif
+
+// -- Cold starts ------------------------------------------------------------------------------------------------------
+
+// Seconds that a program takes from its start to its end; 0 if it fails.
+static double run_program(const std::vector<std::string> &words) {
+    std::vector<char *> args;
+    for(const std::string &word : words) args.push_back(const_cast<char *>(word.c_str()));
+    args.push_back(nullptr);
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_addopen(&actions, 1, "/dev/null", O_WRONLY, 0);
+    pid_t child = 0;
+    int status = 1;
+    const double start = get_seconds();
+    if(posix_spawnp(&child, args[0], &actions, nullptr, args.data(), environ) == 0) waitpid(child, &status, 0);
+    const double time = get_seconds() - start;
+    posix_spawn_file_actions_destroy(&actions);
+    return (status == 0) ? time : 0.0;
+}
+
+// From the start of a process to a written module, by turns; a program that does nothing is what the system takes for
+// itself.
+static void compare_cold_start(benchmark::State &state) {
+    const std::string folder = std::string(OSTREVAN_TEST_DATA) + "/shader/corpus/";
+    const std::string out = (std::filesystem::temp_directory_path() / "ostrevan_bench.spv").string();
+    const std::string src = folder + (state.range(0) ? "pbr.frag" : "triangle.vert");
+    std::vector<double> own, other, nothing;
+    for(auto _ : state) {
+        own.push_back(run_program({OSTREVAN_PROGRAM, "shader", src, "-o", out}));
+        other.push_back(run_program({"glslangValidator", "-V", src, "-o", out}));
+        nothing.push_back(run_program({"true"}));
+    }
+    std::filesystem::remove(out);
+    const auto get_best = [](std::vector<double> &times) {
+        std::sort(times.begin(), times.end());
+        return times[times.size() / 4]; // of a machine that does other things too
+    };
+    const double times[3] = {get_best(own), get_best(other), get_best(nothing)};
+    if(times[0] == 0.0 || times[1] == 0.0) return state.SkipWithError("a program is missing");
+    state.counters["own_us"] = times[0] * 1e6;
+    state.counters["reference_us"] = times[1] * 1e6;
+    state.counters["empty_us"] = times[2] * 1e6;
+    state.counters["ratio"] = times[0] / times[1];
+    state.counters["ratio_above_empty"] = (times[0] - times[2]) / (times[1] - times[2]);
+}
+BENCHMARK(compare_cold_start)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond)->Iterations(100);
