@@ -262,6 +262,44 @@ TEST_F(TargetVKTest, mistakes) {
     expectLog("VKDevice::createCommand(): no target is enabled");
 }
 
+// Counts of samples in a pass and around passes, own draws and those of command devices.
+TEST_F(TargetVKTest, queries_and_fences) {
+    PipelinePtr pipeline = create_quarter();
+    ASSERT_TRUE(pipeline);
+    TexturePtr texture = createTexture(FormatRGBAu8n, 8, 8);
+    TargetPtr target = createTarget({texture.get()});
+    std::unique_ptr<Query> inside(device->createQuery(Query::TypeSamples));
+    std::unique_ptr<Query> around(device->createQuery(Query::TypeStatistics));
+    std::unique_ptr<Fence> fence(device->createFence(Fence::DefaultFlags));
+    DevicePtr child(device->createCommandDevice(3));
+    ASSERT_TRUE(inside && around && fence);
+    for(const bool secondary : {false, true}) {
+        ASSERT_TRUE(device->beginQuery(around.get()));
+        for(uint32_t i = 0; i < 2; i++) {
+            ASSERT_TRUE(target->begin(fence.get()));
+            CommandPtr command((secondary && i) ? child->createCommand() : device->createCommand(target.get()));
+            if(i == 0) ASSERT_TRUE(command->beginQuery(inside.get()));
+            draw_quarter(*command, pipeline);
+            if(i == 0) command->endQuery(inside.get());
+            draw_quarter(*command, pipeline);
+            command.reset();
+            if(secondary && i) ASSERT_TRUE(device->execute(child.get()));
+            ASSERT_TRUE(target->end(fence.get()));
+        }
+        ASSERT_TRUE(device->endQuery(around.get()));
+        ASSERT_TRUE(device->flush());
+        ASSERT_TRUE(fence->wait());
+        ASSERT_TRUE(device->finish());
+        uint64_t samples = 0;
+        EXPECT_TRUE(inside->getSamples(samples));
+        EXPECT_EQ(samples, 16u);
+        Query::Statistics statistics;
+        EXPECT_TRUE(around->getStatistics(statistics));
+        EXPECT_EQ(statistics.vertex_invocations, secondary ? 8u : 16u);
+        ASSERT_TRUE(device->flip() && child->flip());
+    }
+}
+
 // Draws of command devices, recorded on threads of their own, in the order of execute().
 class SecondaryVKTest : public TargetVKTest {
 protected:
