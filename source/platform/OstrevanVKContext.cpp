@@ -1,4 +1,5 @@
 #include "OstrevanVKContextKolm.h"
+#include "VKTarget.h"
 
 #include "VKContext.h"
 
@@ -29,7 +30,7 @@ VkInstance VKContext::getInstance() const { return Kolm::VK::getInstance(); }
 VkPhysicalDevice VKContext::getAdapter() const { return get_context(impl().ref()).getAdapter()->getAdapter(); }
 VkDevice VKContext::getDevice() const { return get_context(impl().ref()).getDevice(); }
 VkQueue VKContext::getQueue() const { return get_context(impl().ref()).getQueue(); }
-VkCommandBuffer VKContext::getCommand() const { return get_context(impl().ref()).getCommand(); }
+VkCommandBuffer VKContext::getCommand() const { return Kolm::VKTarget::getCommand(&get_context(impl().ref())); }
 uint32_t VKContext::getFamily() const { return get_context(impl().ref()).getFamily(); }
 
 uint32_t VKContext::getNumQueues() const { return get_context(impl().ref()).getAdapter()->queues.size(); }

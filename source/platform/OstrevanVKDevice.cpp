@@ -1,4 +1,5 @@
 #include "OstrevanVKDeviceKolm.h"
+#include "VKTarget.h"
 
 #include "OstrevanBufferKolm.h"
 #include "OstrevanTextureKolm.h"
@@ -42,7 +43,7 @@ VkInstance VKDevice::getInstance() const { return Kolm::VK::getInstance(); }
 VkPhysicalDevice VKDevice::getAdapter() const { return impl().ref().getAdapter()->getAdapter(); }
 VkDevice VKDevice::getVKDevice() const { return impl().ref().getContext()->getDevice(); }
 VkQueue VKDevice::getQueue() const { return impl().ref().getContext()->getQueue(); }
-VkCommandBuffer VKDevice::getCommand() const { return impl().ref().getContext()->getCommand(); }
+VkCommandBuffer VKDevice::getCommand() const { return Kolm::VKTarget::getCommand(impl().ref().getContext()); }
 uint32_t VKDevice::getFamily() const { return impl().ref().getContext()->getFamily(); }
 
 } // namespace Ostrevan

@@ -1,4 +1,5 @@
 #include "OstrevanVKSurfaceKolm.h"
+#include "VKTarget.h"
 
 #include "KolmBackend.h"
 #include "OstrevanContextKolm.h"
@@ -47,7 +48,7 @@ VkInstance VKSurface::getInstance() const { return Kolm::VK::getInstance(); }
 VkPhysicalDevice VKSurface::getAdapter() const { return get_context(impl().ref()).getAdapter()->getAdapter(); }
 VkDevice VKSurface::getDevice() const { return get_context(impl().ref()).getDevice(); }
 VkQueue VKSurface::getQueue() const { return get_context(impl().ref()).getQueue(); }
-VkCommandBuffer VKSurface::getCommand() const { return get_context(impl().ref()).getCommand(); }
+VkCommandBuffer VKSurface::getCommand() const { return Kolm::VKTarget::getCommand(&get_context(impl().ref())); }
 uint32_t VKSurface::getFamily() const { return get_context(impl().ref()).getFamily(); }
 
 } // namespace Ostrevan

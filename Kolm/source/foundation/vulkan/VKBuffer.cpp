@@ -41,7 +41,7 @@ void VKBuffer::destroy() {
     buffer_stages = 0;
     used_context = nullptr;
     used_epoch = 0;
-    used_outside = false;
+    used_outside.store_relaxed(0);
     written_begin = written_end = 0;
     buffer_address = 0;
     shared_ptr = nullptr;
@@ -289,7 +289,7 @@ bool VKBuffer::create(Flags flags, size_t size, VkBuffer handle, VkAccessFlags a
     buffer = handle;
     buffer_access = access;
     buffer_stages = context->getStages(access);
-    used_outside = true;
+    used_outside.store_relaxed(1);
     return true;
 }
 
@@ -323,7 +323,7 @@ bool VKBuffer::create(Buffer *src) {
         clear();
         return false;
     }
-    used_outside = true;
+    used_outside.store_relaxed(1);
     if(create_objects()) return true;
     clear();
     return false;
@@ -362,11 +362,11 @@ void VKBuffer::setBufferAccess(VKContext *ctx, VkAccessFlags access, bool force,
 void VKBuffer::setBufferAccess(VkAccessFlags access) {
     buffer_access = access;
     buffer_stages = context->getStages(access);
-    used_outside = true;
+    used_outside.store_relaxed(1);
 }
 
 bool VKBuffer::is_idle(const VKContext *ctx) const {
-    if(used_outside) return false;
+    if(used_outside.load_relaxed()) return false;
     return used_context == nullptr || (used_context == ctx && ctx->isIdle(used_epoch));
 }
 

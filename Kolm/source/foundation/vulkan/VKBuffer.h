@@ -58,9 +58,13 @@ public:
     }
     /// Remembers an access that was ordered by other means.
     void setBufferAccess(VkAccessFlags access);
-    /// Remembers that commands of \p context, recorded now, use the buffer.
+    /// Remembers that commands of \p context, recorded now, use the buffer. Command devices may do so at the same time.
     void setUsed(const VKContext *ctx) {
-        if(used_context && used_context != ctx) used_outside = true;
+        if(!ctx->isPrimary()) {
+            if(!used_outside.load_relaxed()) used_outside.store_relaxed(1);
+            return;
+        }
+        if(used_context && used_context != ctx) used_outside.store_relaxed(1);
         used_context = ctx;
         used_epoch = ctx->getEpoch();
     }
@@ -93,8 +97,8 @@ private:
     // Who used it last and when: the host may write the memory of a buffer that nothing uses any more.
     const VKContext *used_context = nullptr; // null: nobody
     uint64_t used_epoch = 0;
-    bool used_outside = false; // by several contexts, or by commands of the application
-    size_t written_begin = 0;  // transfer writes since the last barrier; begin == end: none
+    Atomici32 used_outside;   // 1: by several contexts, or by commands of the application
+    size_t written_begin = 0; // transfer writes since the last barrier; begin == end: none
     size_t written_end = 0;
     VK::MemoryPtr buffer_memory;
     VKSparse buffer_pages;

@@ -251,6 +251,11 @@ void VKTarget::end_pass() {
     context->notifyPass(VKContext::EventBegin);
 }
 
+VkCommandBuffer VKTarget::getCommand(VKContext *context) {
+    if(VKTarget *target = context->getTarget()) target->beginPass(VK_SUBPASS_CONTENTS_INLINE);
+    return context->getCommand();
+}
+
 bool VKTarget::end_target(Fence *fence) {
     beginPass(has_pass ? pass_contents : VK_SUBPASS_CONTENTS_INLINE);
     end_pass();

@@ -33,6 +33,8 @@ public:
     bool leaveSecondary() {
         return (!has_pass || pass_contents == VK_SUBPASS_CONTENTS_INLINE || begin_pass(VK_SUBPASS_CONTENTS_INLINE));
     }
+    /// Command buffer for commands of the application: in the pass if \p context has a target that is enabled.
+    static VkCommandBuffer getCommand(VKContext *context);
     /// What secondary command buffers inherit, while the target is enabled.
     VkRenderPass getRenderPass() const { return render_pass; }
     VkFramebuffer getFramebuffer() const { return framebuffer; }
