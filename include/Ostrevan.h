@@ -76,6 +76,8 @@
 #include <platform/OstrevanVKBuffer.h>
 #include <platform/OstrevanVKContext.h>
 #include <platform/OstrevanVKDevice.h>
+#include <platform/OstrevanVKFence.h>
 #include <platform/OstrevanVKSampler.h>
 #include <platform/OstrevanVKSurface.h>
 #include <platform/OstrevanVKTexture.h>
+#include <platform/OstrevanVKTracing.h>

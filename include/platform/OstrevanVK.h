@@ -18,6 +18,8 @@ typedef struct VkBufferView_T *VkBufferView;
 typedef struct VkImage_T *VkImage;
 typedef struct VkImageView_T *VkImageView;
 typedef struct VkSampler_T *VkSampler;
+typedef struct VkSemaphore_T *VkSemaphore;
+typedef struct VkAccelerationStructureKHR_T *VkAccelerationStructureKHR;
 typedef struct VkRenderPass_T *VkRenderPass;
 typedef struct VkFramebuffer_T *VkFramebuffer;
 typedef void (*PFN_vkVoidFunction)(void);

@@ -15,10 +15,13 @@ import sys
 import tempfile
 import zlib
 
+from pictures import read_png, write_chunks, write_png
+
 args = sys.argv[1:]
 PREFIX = args[args.index("--run") + 1:] if "--run" in args else []
 PROGRAM = str(pathlib.Path(args[0]).resolve())
 GPU = "--gpu" in args
+FEATURES = pathlib.Path(__file__).parents[2] / "include/platform/OstrevanDeviceFeatures.inc"
 faults, checks = [], 0
 
 
@@ -36,49 +39,6 @@ def check(condition, what, run=None):
         if run is not None:
             print(f"  rc {run.returncode}\n  stdout: {run.stdout[-500:]}\n  stderr: {run.stderr[-800:]}")
 
-
-# -- A PNG reader and writer of its own, so that pictures are judged by other code than the library's -------------------
-
-def read_png(path):
-    data = pathlib.Path(path).read_bytes()
-    assert data[:8] == b"\x89PNG\r\n\x1a\n", "no PNG"
-    pos, packed = 8, b""
-    while pos < len(data):
-        size, kind = struct.unpack(">I4s", data[pos:pos + 8])
-        body = data[pos + 8:pos + 8 + size]
-        assert zlib.crc32(kind + body) == struct.unpack(">I", data[pos + 8 + size:pos + 12 + size])[0], "bad CRC"
-        if kind == b"IHDR":
-            width, height, depth, color, _, _, interlace = struct.unpack(">IIBBBBB", body)
-        if kind == b"IDAT":
-            packed += body
-        pos += 12 + size
-    assert depth == 8 and interlace == 0 and color in (2, 6), "not 8 bits of RGB or RGBA"
-    step = 4 if color == 6 else 3
-    raw, rows, previous = zlib.decompress(packed), [], bytearray(width * step)
-    for y in range(height):
-        start = y * (width * step + 1)
-        kind, row = raw[start], bytearray(raw[start + 1:start + 1 + width * step])
-        for i in range(len(row)):
-            a = row[i - step] if i >= step else 0
-            b, c = previous[i], previous[i - step] if i >= step else 0
-            p = a + b - c
-            paeth = min((abs(p - a), 0, a), (abs(p - b), 1, b), (abs(p - c), 2, c))[2]
-            row[i] = (row[i] + (0, a, b, (a + b) // 2, paeth)[kind]) & 255
-        rows.append(row)
-        previous = row
-    alpha = (lambda row: row) if step == 4 else (lambda row: b"".join(bytes(row[i:i + 3]) + b"\xff" for i in range(0, len(row), 3)))
-    return width, height, b"".join(bytes(alpha(row)) for row in rows)
-
-
-def write_chunks(path, header, raw):
-    chunk = lambda kind, body: struct.pack(">I", len(body)) + kind + body + struct.pack(">I", zlib.crc32(kind + body))
-    pathlib.Path(path).write_bytes(b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", header) + chunk(b"IDAT", zlib.compress(raw)) +
-                                   chunk(b"IEND", b""))
-
-
-def write_png(path, width, height, pixel):
-    raw = b"".join(b"\0" + b"".join(bytes(pixel(x, y)) for x in range(width)) for y in range(height))
-    write_chunks(path, struct.pack(">IIBBBBB", width, height, 8, 6, 0, 0, 0), raw)
 
 
 HEAD = """layout(local_size_x = 8, local_size_y = 8) in;
@@ -590,10 +550,18 @@ def failures_of_image(folder):
 def info_tells_the_adapters():
     run = ostrevan("info")
     check(run.returncode == 0 and "version" in run.stdout.lower(), "info", run)
+    text = run.stdout
     run = ostrevan("info", "--json")
     try:
         record = json.loads(run.stdout)
         check(record["adapters"] and record["adapters"][0]["name"] and record["adapters"][0]["features"], "info --json", run)
+        # Every member of the list that users read, under one of the titles.
+        members = re.findall(r"^OSTREVAN_FEATURE\(\w+,\s*(\w+)\)", FEATURES.read_text(), re.M)
+        members.remove("initialized")
+        check(list(record["adapters"][0]["features"]) == members, "info --json has every feature in order", run)
+        lines = text.partition("Platform")[2].partition("Adapter")[0].splitlines()[1:]
+        check([line.split()[0] for line in lines if line.startswith("  ")] == members, "info has every feature in order")
+        check(sum(bool(line) and not line.startswith(" ") for line in lines) >= 10, "info has groups of features")
     except (ValueError, KeyError, IndexError, TypeError) as error:
         check(False, f"info --json: {error!r}", run)
 

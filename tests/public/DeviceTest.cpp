@@ -297,6 +297,15 @@ TEST_F(DeviceTest, has_a_vulkan_side) {
     EXPECT_FALSE(VKTexture(Texture::null));
     EXPECT_NE(VKSampler(device.createSampler(Sampler::FilterLinear)).getVKSampler(), nullptr);
 
+    Fence fence = device.createFence(Fence::FlagTimeline);
+    EXPECT_NE(VKFence(fence).getVKSemaphore(), nullptr);
+    Tracing tracing = device.createTracing(3, FormatRGBf32, 12, 0, FormatUnknown);
+    ASSERT_TRUE(fence && tracing);
+    EXPECT_NE(VKTracing(tracing).getVKTracing(), nullptr);
+    EXPECT_NE(VKTracing(tracing).getDeviceAddress(), 0u);
+    EXPECT_FALSE(VKFence(Fence::null));
+    EXPECT_FALSE(VKTracing(Tracing::null));
+
     VKSurface surface(context);
     surface.setSize(16, 8);
     surface.setColorFormat(FormatRGBAu8n);

@@ -33,6 +33,32 @@ template<class Type> static void print_value(Type value) {
         printf("%" PRIu64, uint64_t(value));
 }
 
+// Where a group begins in the order of the list.
+static const struct {
+    const char *member;
+    const char *title;
+} groups[] = {
+    {"threadAccess", "Resources"},
+    {"baseInstanceIndex", "Drawing"},
+    {"conditionalRendering", "Conditions and rays"},
+    {"subgroupVote", "Subgroups"},
+    {"shaderu8", "Shader arithmetic"},
+    {"atomicGroupf32", "Atomics"},
+    {"matrix16f16", "Cooperative matrices"},
+    {"uniformAlignment", "Textures and alignments"},
+    {"maxGroupSizeX", "Compute groups"},
+    {"maxTaskCount", "Mesh shaders"},
+    {"maxViewportCount", "Rasterisation"},
+    {"maxUniformSize", "Memory, bytes"},
+    {"vendorID", "Identity"},
+};
+
+static void print_group(const char *member) {
+    for(const auto &group : groups) {
+        if(strcmp(group.member, member) == 0) printf("%s\n", group.title);
+    }
+}
+
 static void print_features(const Device::Features &features, bool json) {
     const char *comma = "";
 #define OSTREVAN_FEATURE(TYPE, NAME)                              \
@@ -42,6 +68,7 @@ static void print_features(const Device::Features &features, bool json) {
             print_value<TYPE>(features.NAME);                     \
             comma = ",";                                          \
         } else {                                                  \
+            print_group(#NAME);                                   \
             printf("  %-22s ", #NAME);                            \
             if constexpr(std::is_same_v<TYPE, bool>)              \
                 printf("%s\n", features.NAME ? "yes" : "no");     \
