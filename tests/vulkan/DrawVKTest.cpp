@@ -282,8 +282,12 @@ TEST_F(DrawVKTest, failures_of_pipelines) {
         PipelinePtr broken(device->createPipeline());
         broken->setColorFormat(FormatRGBAu8).addUniform(Shader::MaskFragment);
         row.describe(*broken);
-        if(row.vertex) ASSERT_TRUE(broken->createShaderGLSL(Shader::TypeVertex, point_vertex));
-        if(row.fragment) ASSERT_TRUE(broken->createShaderGLSL(Shader::TypeFragment, point_fragment));
+        if(row.vertex) {
+            ASSERT_TRUE(broken->createShaderGLSL(Shader::TypeVertex, point_vertex));
+        }
+        if(row.fragment) {
+            ASSERT_TRUE(broken->createShaderGLSL(Shader::TypeFragment, point_fragment));
+        }
         EXPECT_FALSE(broken->create()) << row.text;
         EXPECT_FALSE(broken->isCreated());
         expectLog(row.text);

@@ -117,8 +117,12 @@ TEST_F(SamplerVKTest, types) {
     for(uint32_t i = 0; i < 12; i++) {
         const float value = float(i);
         ASSERT_TRUE(device->clearTexture(cube.get(), Slice(Face(i % 6), Layer(i / 6)), &value));
-        if(i < 4) ASSERT_TRUE(device->clearTexture(volume.get(), Region(0, 0, i, 4, 4, 1), &value));
-        if(i < 3) ASSERT_TRUE(device->clearTexture(layers.get(), Slice(Layer(i)), &value));
+        if(i < 4) {
+            ASSERT_TRUE(device->clearTexture(volume.get(), Region(0, 0, i, 4, 4, 1), &value));
+        }
+        if(i < 3) {
+            ASSERT_TRUE(device->clearTexture(layers.get(), Slice(Layer(i)), &value));
+        }
     }
     const float half = 0.5f;
     ASSERT_TRUE(device->clearTexture(depth.get(), &half));

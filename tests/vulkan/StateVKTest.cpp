@@ -345,8 +345,12 @@ TEST_F(StateVKTest, multisample) {
     const std::vector<float> depths = getPixels<float>(depth_resolve.get());
     const std::vector<Pixel> pixels = getPixels(resolve.get());
     for(uint32_t i = 0; i < depths.size(); i++) {
-        if(pixels[i][0] == 255) ASSERT_EQ(depths[i], 0.25f) << i;
-        if(pixels[i][0] == 0) ASSERT_EQ(depths[i], 1.0f) << i;
+        if(pixels[i][0] == 255) {
+            ASSERT_EQ(depths[i], 0.25f) << i;
+        }
+        if(pixels[i][0] == 0) {
+            ASSERT_EQ(depths[i], 1.0f) << i;
+        }
     }
     // One sample is left.
     draw_triangle([](Pipeline &p) { p.setSampleMask(4); }, 1.0f);

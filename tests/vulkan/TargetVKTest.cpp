@@ -54,8 +54,12 @@ TEST_F(TargetVKTest, operations) {
         const std::vector<Pixel> pixels = getPixels(texture.get());
         EXPECT_EQ(pixels[0][0], 255);
         EXPECT_EQ(pixels[5][0], 255);
-        if(row.value != 255) EXPECT_EQ(pixels[15][0], row.value) << row.op;
-        if(row.value != 255) EXPECT_EQ(pixels[2][0], row.value) << row.op;
+        if(row.value != 255) {
+            EXPECT_EQ(pixels[15][0], row.value) << row.op;
+        }
+        if(row.value != 255) {
+            EXPECT_EQ(pixels[2][0], row.value) << row.op;
+        }
     }
     // Discarded pixels are anything, and there is no error.
     TexturePtr texture = create_filled(Color(0.4f, 0.0f, 0.0f, 1.0f));
@@ -278,12 +282,16 @@ TEST_F(TargetVKTest, queries_and_fences) {
         for(uint32_t i = 0; i < 2; i++) {
             ASSERT_TRUE(target->begin(fence.get()));
             CommandPtr command((secondary && i) ? child->createCommand() : device->createCommand(target.get()));
-            if(i == 0) ASSERT_TRUE(command->beginQuery(inside.get()));
+            if(i == 0) {
+                ASSERT_TRUE(command->beginQuery(inside.get()));
+            }
             draw_quarter(*command, pipeline);
             if(i == 0) command->endQuery(inside.get());
             draw_quarter(*command, pipeline);
             command.reset();
-            if(secondary && i) ASSERT_TRUE(device->execute(child.get()));
+            if(secondary && i) {
+                ASSERT_TRUE(device->execute(child.get()));
+            }
             ASSERT_TRUE(target->end(fence.get()));
         }
         ASSERT_TRUE(device->endQuery(around.get()));
