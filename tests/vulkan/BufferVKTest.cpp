@@ -264,15 +264,17 @@ TEST_F(BufferVKTest, out_of_memory) {
 
 TEST_F(BufferVKTest, shared_memory) {
     if(!getAdapter()->has_external_memory_host_ext) GTEST_SKIP() << "no import of host memory";
-    BufferPtr first = createBuffer(Buffer::FlagShared | Buffer::FlagSource, 5000);
-    ASSERT_TRUE(first);
-    BufferPtr second(device->createBuffer(first.get()));
-    ASSERT_TRUE(second);
-    const std::vector<uint32_t> words(1250, 0x12345678);
-    ASSERT_TRUE(device->setBuffer(first.get(), words.data()));
-    ASSERT_TRUE(device->finish());
-    EXPECT_EQ(getWords(second.get()), words);
-    second.reset();
+    for(const auto flag : {Buffer::FlagShared, Buffer::FlagInterop}) {
+        if(flag == Buffer::FlagInterop && !getAdapter()->has_external_memory) continue;
+        BufferPtr first = createBuffer(flag | Buffer::FlagSource, 5000);
+        ASSERT_TRUE(first);
+        BufferPtr second(device->createBuffer(first.get()));
+        ASSERT_TRUE(second);
+        const std::vector<uint32_t> words(1250, 0x12345678);
+        ASSERT_TRUE(device->setBuffer(first.get(), words.data()));
+        ASSERT_TRUE(device->finish());
+        EXPECT_EQ(getWords(second.get()), words);
+    }
     BufferPtr plain = createBuffer(Buffer::FlagSource, 16);
     EXPECT_EQ(device->createBuffer(plain.get()), nullptr);
     expectLog("has no Shared or Interop flag");

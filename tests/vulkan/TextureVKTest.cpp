@@ -578,3 +578,23 @@ TEST_F(TextureVKTest, views) {
     expectLog("VKTexture::getTextureView(): can't create view of Cube RGBAu8n 32x32 l3 m6 Mipmaps texture");
     expectLog("Texture::check(): invalid mipmaps 5-10 for texture with 6 mipmaps");
 }
+
+// A second image on the same memory, which the first one's pixels come out of.
+TEST_F(TextureVKTest, shared_memory) {
+    for(const auto flag : {Texture::FlagShared, Texture::FlagInterop}) {
+        SCOPED_TRACE(flag);
+        if(flag == Texture::FlagShared && !getAdapter()->has_external_memory_host_ext) continue;
+        if(flag == Texture::FlagInterop && !getAdapter()->has_external_memory) continue;
+        TexturePtr first = createTexture(Texture::Type2D, FormatRGBAu8n, Size(64, 64), 1, source | flag);
+        ASSERT_TRUE(first);
+        EXPECT_EQ(vk(first)->getInteropHandle() >= 0, flag == Texture::FlagInterop);
+        Image image = get_image(*first);
+        fill(image);
+        TexturePtr second(device->createTexture(first.get()));
+        ASSERT_TRUE(second);
+        EXPECT_FALSE(second->hasFlag(flag));
+        ASSERT_TRUE(device->setTexture(first.get(), image) && device->finish());
+        EXPECT_TRUE(read(second) == image);
+        EXPECT_TRUE(read(first) == image);
+    }
+}

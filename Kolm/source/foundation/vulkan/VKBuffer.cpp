@@ -1,8 +1,5 @@
 #include "VKBuffer.h"
 
-#include <stdlib.h>
-#include <unistd.h>
-
 #include "KolmLog.h"
 #include "VKFormat.h"
 
@@ -10,7 +7,7 @@ namespace Kolm {
 
 VKBuffer::VKBuffer(VKContext *context)
     : Buffer(context->getAdapter()->getIndex()), adapter(context->getAdapter()), context(context->retain()),
-      buffer_pages(adapter) {}
+      buffer_pages(adapter), buffer_shared(adapter) {}
 
 VKBuffer::~VKBuffer() {
     destroy();
@@ -29,12 +26,7 @@ void VKBuffer::destroy() {
     const bool has_memory = bool(buffer_memory);
     context->releaseMemory(buffer_memory);
     buffer_pages.release(context);
-    if(interop_fd >= 0) ::close(interop_fd);
-    if(shared_ptr && shared_owner) {
-        // The import goes first, and it waits for the frame.
-        if(has_memory) context->finish(true, false);
-        ::free(shared_ptr);
-    }
+    buffer_shared.release(context, has_memory);
     buffer = VK_NULL_HANDLE;
     buffer_view = VK_NULL_HANDLE;
     buffer_access = 0;
@@ -44,10 +36,6 @@ void VKBuffer::destroy() {
     used_outside.store_relaxed(0);
     written_begin = written_end = 0;
     buffer_address = 0;
-    shared_ptr = nullptr;
-    shared_size = 0;
-    shared_owner = false;
-    interop_fd = -1;
 }
 
 void VKBuffer::setName(const char *name) {
@@ -122,8 +110,7 @@ bool VKBuffer::create_buffer(Flags flags, size_t size) {
     info.usage = get_usage_flags(flags);
     if(flags & FlagSparse) info.flags |= VK_BUFFER_CREATE_SPARSE_BINDING_BIT | VK_BUFFER_CREATE_SPARSE_RESIDENCY_BIT;
     auto external = vk_record<VkExternalMemoryBufferCreateInfo>(VK_STRUCTURE_TYPE_EXTERNAL_MEMORY_BUFFER_CREATE_INFO);
-    if(flags & FlagShared) external.handleTypes |= VK_EXTERNAL_MEMORY_HANDLE_TYPE_HOST_ALLOCATION_BIT_EXT;
-    if(flags & FlagInterop) external.handleTypes |= VK_EXTERNAL_MEMORY_HANDLE_TYPE_OPAQUE_FD_BIT;
+    external.handleTypes = VKShared::getHandleTypes(flags & FlagShared, flags & FlagInterop);
     if(external.handleTypes) info.pNext = &external;
     VkBuffer new_buffer = VK_NULL_HANDLE;
     if(VK::error(vkCreateBuffer(adapter->getDevice(), &info, nullptr, &new_buffer))) return false;
@@ -131,23 +118,7 @@ bool VKBuffer::create_buffer(Flags flags, size_t size) {
     return true;
 }
 
-// Host memory that this adapter and others import.
-bool VKBuffer::create_shared() {
-    const size_t alignment =
-        size_t(max(adapter->getExternalMemoryHostProperties().minImportedHostPointerAlignment, VkDeviceSize(4096)));
-    VkMemoryRequirements requirements = {};
-    vkGetBufferMemoryRequirements(adapter->getDevice(), buffer, &requirements);
-    shared_size = size_t((requirements.size + alignment - 1) / alignment * alignment);
-    if(posix_memalign(&shared_ptr, alignment, shared_size)) {
-        shared_ptr = nullptr;
-        return false;
-    }
-    shared_owner = true;
-    memset(shared_ptr, 0, shared_size);
-    return true;
-}
-
-bool VKBuffer::create_memory(const void *next) {
+bool VKBuffer::create_memory() {
     VkMemoryRequirements requirements = {};
     vkGetBufferMemoryRequirements(adapter->getDevice(), buffer, &requirements);
     if(buffer_flags & FlagScratch) {
@@ -160,16 +131,8 @@ bool VKBuffer::create_memory(const void *next) {
         const uint32_t alignment = adapter->getRayTracingPipelineProperties().shaderGroupBaseAlignment;
         requirements.alignment = max(requirements.alignment, VkDeviceSize(alignment));
     }
-    if(shared_ptr) {
-        auto properties =
-            vk_record<VkMemoryHostPointerPropertiesEXT>(VK_STRUCTURE_TYPE_MEMORY_HOST_POINTER_PROPERTIES_EXT);
-        if(VK::error(vkGetMemoryHostPointerPropertiesEXT(
-               adapter->getDevice(), VK_EXTERNAL_MEMORY_HANDLE_TYPE_HOST_ALLOCATION_BIT_EXT, shared_ptr, &properties)))
-            return false;
-        requirements.memoryTypeBits &= properties.memoryTypeBits;
-        requirements.size = shared_size;
-    }
-    buffer_memory = adapter->allocateMemory(requirements, get_memory_properties(buffer_flags), shared_ptr, next);
+    buffer_memory =
+        buffer_shared.allocateMemory(requirements, get_memory_properties(buffer_flags), buffer_flags & FlagInterop);
     return bool(buffer_memory);
 }
 
@@ -214,14 +177,14 @@ bool VKBuffer::create(Flags flags, size_t size, Format format) {
         page_memory.size = requirements.alignment;
         return true;
     }
-    if((flags & FlagShared) && !create_shared()) {
+    VkMemoryRequirements requirements = {};
+    vkGetBufferMemoryRequirements(adapter->getDevice(), buffer, &requirements);
+    if((flags & FlagShared) && !buffer_shared.allocate(requirements.size)) {
         Log::printf(Log::Error, "VKBuffer::create(): can't allocate shared memory for %s buffer\n", description.get());
         clear();
         return false;
     }
-    auto export_info = vk_record<VkExportMemoryAllocateInfo>(VK_STRUCTURE_TYPE_EXPORT_MEMORY_ALLOCATE_INFO);
-    export_info.handleTypes = VK_EXTERNAL_MEMORY_HANDLE_TYPE_OPAQUE_FD_BIT;
-    if(!create_memory((flags & FlagInterop) ? &export_info : nullptr)) {
+    if(!create_memory()) {
         Log::printf(Log::Error, "VKBuffer::create(): can't allocate %s buffer memory\n", description.get());
         clear();
         return false;
@@ -230,16 +193,10 @@ bool VKBuffer::create(Flags flags, size_t size, Format format) {
         clear();
         return false;
     }
-    if(flags & FlagInterop) {
-        auto info = vk_record<VkMemoryGetFdInfoKHR>(VK_STRUCTURE_TYPE_MEMORY_GET_FD_INFO_KHR);
-        info.memory = buffer_memory.memory;
-        info.handleType = VK_EXTERNAL_MEMORY_HANDLE_TYPE_OPAQUE_FD_BIT;
-        if(VK::error(vkGetMemoryFdKHR(adapter->getDevice(), &info, &interop_fd))) {
-            Log::printf(Log::Error, "VKBuffer::create(): can't get %s handle\n", description.get());
-            interop_fd = -1;
-            clear();
-            return false;
-        }
+    if((flags & FlagInterop) && !buffer_shared.open(buffer_memory.memory)) {
+        Log::printf(Log::Error, "VKBuffer::create(): can't get %s handle\n", description.get());
+        clear();
+        return false;
     }
     return true;
 }
@@ -297,29 +254,18 @@ bool VKBuffer::create(Buffer *src) {
     VKBuffer *src_buffer = cast<VKBuffer>(src);
     if(!init(src)) return false;
     const String description = getDescription();
-    const bool is_shared = (src_buffer->shared_ptr != nullptr);
-    if(!create_buffer(buffer_flags | (is_shared ? FlagShared : FlagInterop), buffer_size)) {
+    if(!buffer_shared.share(src_buffer->buffer_shared)) {
+        Log::printf(Log::Error, "VKBuffer::create(): can't export %s buffer\n", description.get());
+        clear();
+        return false;
+    }
+    if(!create_buffer(buffer_flags | (buffer_shared.isHost() ? FlagShared : FlagInterop), buffer_size)) {
         Log::printf(Log::Error, "VKBuffer::create(): can't create %s buffer\n", description.get());
         clear();
         return false;
     }
-    auto import = vk_record<VkImportMemoryFdInfoKHR>(VK_STRUCTURE_TYPE_IMPORT_MEMORY_FD_INFO_KHR);
-    import.handleType = VK_EXTERNAL_MEMORY_HANDLE_TYPE_OPAQUE_FD_BIT;
-    if(is_shared) {
-        shared_ptr = src_buffer->shared_ptr;
-        shared_size = src_buffer->shared_size;
-    } else {
-        import.fd = (src_buffer->interop_fd >= 0) ? dup(src_buffer->interop_fd) : -1;
-        if(import.fd < 0) {
-            Log::printf(Log::Error, "VKBuffer::create(): can't export %s buffer\n", description.get());
-            clear();
-            return false;
-        }
-    }
-    // A successful import owns the descriptor.
-    if(!create_memory(is_shared ? nullptr : &import)) {
+    if(!create_memory()) {
         Log::printf(Log::Error, "VKBuffer::create(): can't import %s buffer\n", description.get());
-        if(!is_shared) ::close(import.fd);
         clear();
         return false;
     }

@@ -5,6 +5,7 @@
 
 #include "KolmBuffer.h"
 
+#include "VKShared.h"
 #include "VKSparse.h"
 
 namespace Kolm {
@@ -76,8 +77,7 @@ private:
     VkBufferUsageFlags get_usage_flags(Flags flags) const;
     VkMemoryPropertyFlags get_memory_properties(Flags flags) const;
     bool create_buffer(Flags flags, size_t size);
-    bool create_shared();
-    bool create_memory(const void *next);
+    bool create_memory();
     bool create_objects();
     bool is_idle(const VKContext *context) const;
     void write_access(VKContext *context, size_t offset, size_t size);
@@ -104,10 +104,7 @@ private:
     VKSparse buffer_pages;
     VkMemoryRequirements page_memory = {}; // of one page of a Sparse buffer
     VkDeviceAddress buffer_address = 0;
-    void *shared_ptr = nullptr; // host memory of a Shared buffer
-    size_t shared_size = 0;     // bytes of it
-    bool shared_owner = false;  // it is freed with this object
-    int32_t interop_fd = -1;
+    VKShared buffer_shared;
 };
 
 } // namespace Kolm

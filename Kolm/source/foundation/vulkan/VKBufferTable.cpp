@@ -22,7 +22,10 @@ void VKBufferTable::setName(const char *name) {
 
 bool VKBufferTable::create(uint32_t size) {
     if(!table.check("VKBufferTable", size) || !init(size)) return false;
-    if(table.create("VKBufferTable", size)) return true;
+    if(table.create("VKBufferTable", size)) {
+        if(table_name) table.setName(table_name.get());
+        return true;
+    }
     clear();
     return false;
 }

@@ -10,7 +10,7 @@ namespace Kolm {
 
 VKTexture::VKTexture(VKContext *context)
     : Texture(context->getAdapter()->getIndex()), adapter(context->getAdapter()), context(context->retain()),
-      texture_tiles(adapter) {}
+      texture_shared(adapter), texture_tiles(adapter) {}
 
 VKTexture::~VKTexture() {
     destroy();
@@ -28,7 +28,9 @@ void VKTexture::destroy() {
     texture_views.clear();
     context->releaseImageView(texture_view);
     if(!hasFlag(FlagExtern)) context->releaseImage(texture);
+    const bool has_memory = bool(texture_memory);
     context->releaseMemory(texture_memory);
+    texture_shared.release(context, has_memory);
     texture_tiles.release(context);
     pixel_format = VK_FORMAT_UNDEFINED;
     texture = VK_NULL_HANDLE;
@@ -85,10 +87,11 @@ bool VKTexture::is_supported() const {
         const bool residency = is3DType() ? features.sparseResidencyImage3D : features.sparseResidencyImage2D;
         if(!features.sparseBinding || !residency || hasMultisample()) return false;
     }
-    return !hasFlag(FlagShared | FlagInterop);
+    return (!hasFlag(FlagShared) || adapter->has_external_memory_host_ext) &&
+           (!hasFlag(FlagInterop) || adapter->has_external_memory);
 }
 
-bool VKTexture::create_image() {
+bool VKTexture::create_image(VkExternalMemoryHandleTypeFlags handle_types) {
     if(isCubeType() && hasLayers() && !adapter->getFeatures().imageCubeArray) {
         Log::printf(Log::Error, "VKTexture::create(): Cube array texture is not supported\n");
         return false;
@@ -102,10 +105,16 @@ bool VKTexture::create_image() {
     info.mipLevels = texture_mipmaps;
     info.arrayLayers = uint32_t(texture_faces) * texture_layers;
     info.samples = VkSampleCountFlagBits(getMultisample());
-    info.tiling = VK_IMAGE_TILING_OPTIMAL;
+    // Only rows in their order mean the same to every adapter.
+    const bool is_host = (handle_types & VK_EXTERNAL_MEMORY_HANDLE_TYPE_HOST_ALLOCATION_BIT_EXT);
+    info.tiling = is_host ? VK_IMAGE_TILING_LINEAR : VK_IMAGE_TILING_OPTIMAL;
     info.usage = get_usage_flags();
     info.sharingMode = VK_SHARING_MODE_EXCLUSIVE;
     info.initialLayout = VK_IMAGE_LAYOUT_UNDEFINED;
+
+    auto external = vk_record<VkExternalMemoryImageCreateInfo>(VK_STRUCTURE_TYPE_EXTERNAL_MEMORY_IMAGE_CREATE_INFO);
+    external.handleTypes = handle_types;
+    if(handle_types) info.pNext = &external;
 
     VkImageFormatProperties limits = {};
     const VkResult result = vkGetPhysicalDeviceImageFormatProperties(adapter->getAdapter(), info.format, info.imageType,
@@ -132,15 +141,29 @@ bool VKTexture::create_memory() {
     const VkDevice device = adapter->getDevice();
     VkMemoryRequirements requirements = {};
     vkGetImageMemoryRequirements(device, texture, &requirements);
-    texture_memory = adapter->allocateMemory(requirements, get_memory_properties(requirements.memoryTypeBits));
+    const String description = getDescription();
+    if(hasFlag(FlagShared) && !texture_shared.allocate(requirements.size)) {
+        Log::printf(Log::Error, "VKTexture::create(): can't allocate shared memory for %s texture\n",
+                    description.get());
+        return false;
+    }
+    // Drivers may want an image that leaves the process to have its memory alone.
+    auto dedicated = vk_record<VkMemoryDedicatedAllocateInfo>(VK_STRUCTURE_TYPE_MEMORY_DEDICATED_ALLOCATE_INFO);
+    dedicated.image = texture;
+    const VkMemoryPropertyFlags flags = (texture_shared.isHost()) ? VK_MEMORY_PROPERTY_HOST_VISIBLE_BIT
+                                                                  : get_memory_properties(requirements.memoryTypeBits);
+    texture_memory = texture_shared.allocateMemory(requirements, flags, hasFlag(FlagInterop),
+                                                   adapter->getVersion() >= VK_API_VERSION_1_1 ? &dedicated : nullptr);
     if(!texture_memory) {
-        const String description = getDescription();
         Log::printf(Log::Error, "VKTexture::create(): can't allocate %s texture memory\n", description.get());
         return false;
     }
     if(VK::error(vkBindImageMemory(device, texture, texture_memory.memory, texture_memory.offset))) {
-        const String description = getDescription();
         Log::printf(Log::Error, "VKTexture::create(): can't bind %s texture memory\n", description.get());
+        return false;
+    }
+    if(hasFlag(FlagInterop) && !texture_shared.open(texture_memory.memory)) {
+        Log::printf(Log::Error, "VKTexture::create(): can't get %s handle\n", description.get());
         return false;
     }
     return true;
@@ -177,7 +200,9 @@ bool VKTexture::create(Type type, Format format, const Size &size, uint32_t laye
         clear();
         return false;
     }
-    if(create_image() && (hasFlag(FlagSparse) ? create_tiles() : create_memory()) && create_objects()) return true;
+    if(create_image(VKShared::getHandleTypes(hasFlag(FlagShared), hasFlag(FlagInterop))) &&
+       (hasFlag(FlagSparse) ? create_tiles() : create_memory()) && create_objects())
+        return true;
     clear();
     return false;
 }
@@ -199,12 +224,24 @@ bool VKTexture::create(Type type, Format format, const Size &size, uint32_t laye
     return false;
 }
 
+// The second image begins without a layout; what it shows until it is written to is what the driver keeps.
 bool VKTexture::create(Texture *src) {
-    if(!init(cast<VKTexture>(src))) return false;
+    const VKTexture *src_texture = cast<VKTexture>(src);
+    if(!init(src_texture)) return false;
     const String description = getDescription();
-    Log::printf(Log::Error, "VKTexture::create(): can't import %s texture\n", description.get());
-    clear();
-    return false;
+    pixel_format = src_texture->pixel_format;
+    if(!texture_shared.share(src_texture->texture_shared)) {
+        Log::printf(Log::Error, "VKTexture::create(): can't export %s texture\n", description.get());
+        clear();
+        return false;
+    }
+    const bool is_host = texture_shared.isHost();
+    if(!create_image(VKShared::getHandleTypes(is_host, !is_host)) || !create_memory() || !create_objects()) {
+        Log::printf(Log::Error, "VKTexture::create(): can't import %s texture\n", description.get());
+        clear();
+        return false;
+    }
+    return true;
 }
 
 // views

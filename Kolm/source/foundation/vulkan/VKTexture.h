@@ -10,6 +10,7 @@
 
 #include "KolmTexture.h"
 
+#include "VKShared.h"
 #include "VKSparse.h"
 
 namespace Kolm {
@@ -66,6 +67,8 @@ public:
     VkImageAspectFlags getAspectMask() const { return getAspectMask(texture_format); }
     static VkImageAspectFlags getAspectMask(Format format);
     const VK::MemoryPtr &getTextureMemory() const { return texture_memory; }
+    /// File descriptor of an Interop texture's memory, which stays the texture's; -1 for others.
+    int32_t getInteropHandle() const { return texture_shared.getHandle(); }
     /// Another number for every image that was ever created: tells whether an object was created anew.
     uint64_t getImageID() const { return image_id; }
 
@@ -105,7 +108,7 @@ private:
     VkImageCreateFlags get_create_flags() const;
     VkMemoryPropertyFlags get_memory_properties(uint32_t type_bits) const;
     bool is_supported() const;
-    bool create_image();
+    bool create_image(VkExternalMemoryHandleTypeFlags handle_types);
     bool create_memory();
     bool create_tiles();
     bool create_objects();
@@ -136,6 +139,7 @@ private:
     SpinLock view_lock;
     Map<uint64_t, VkImageView> texture_views; // by slice, format and type
     VK::MemoryPtr texture_memory;
+    VKShared texture_shared;
     VKSparse texture_tiles;
     VkMemoryRequirements tile_memory = {}; // of one tile
     VkSparseImageMemoryRequirements tile_tail = {};

@@ -22,7 +22,10 @@ void VKTextureTable::setName(const char *name) {
 
 bool VKTextureTable::create(Texture::Type type, uint32_t size) {
     if(!table.check("VKTextureTable", size) || !init(type, size)) return false;
-    if(table.create("VKTextureTable", size)) return true;
+    if(table.create("VKTextureTable", size)) {
+        if(table_name) table.setName(table_name.get());
+        return true;
+    }
     clear();
     return false;
 }
