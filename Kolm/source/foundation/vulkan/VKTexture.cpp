@@ -150,8 +150,8 @@ bool VKTexture::create_memory() {
     // Drivers may want an image that leaves the process to have its memory alone.
     auto dedicated = vk_record<VkMemoryDedicatedAllocateInfo>(VK_STRUCTURE_TYPE_MEMORY_DEDICATED_ALLOCATE_INFO);
     dedicated.image = texture;
-    const VkMemoryPropertyFlags flags = (texture_shared.isHost()) ? VK_MEMORY_PROPERTY_HOST_VISIBLE_BIT
-                                                                  : get_memory_properties(requirements.memoryTypeBits);
+    VkMemoryPropertyFlags flags = VK_MEMORY_PROPERTY_HOST_VISIBLE_BIT;
+    if(!texture_shared.isHost()) flags = get_memory_properties(requirements.memoryTypeBits);
     texture_memory = texture_shared.allocateMemory(requirements, flags, hasFlag(FlagInterop),
                                                    adapter->getVersion() >= VK_API_VERSION_1_1 ? &dedicated : nullptr);
     if(!texture_memory) {
