@@ -200,6 +200,8 @@ TEST_F(TargetTest, begins_only_what_can_be_drawn_to) {
         {[&] { target->setColorTexture(depth.get()), target->begin(); },
          "VKTarget::begin(): invalid color texture: paint texture has the format Df32"},
         {[&] { target->begin(), device.clearTexture(color.get()); }, "VKDevice::clearTexture(): target is enabled"},
+        {[&] { target->begin(), device.bindTexture(color.get(), color->getRegion(), Slice(), true); },
+         "VKDevice::bindTexture(): target is enabled"},
         {[&] { target->begin(), device.flip(); }, "VKDevice::flip(): target is enabled"},
     };
     for(const auto &row : mistakes) EXPECT_ASSERTION(row.run(), std::string("\"") + row.text + "\"");

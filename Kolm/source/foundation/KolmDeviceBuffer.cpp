@@ -89,6 +89,7 @@ bool Device::bindBuffer(Buffer *buffer, const size_t *offsets, const size_t *siz
     caller.checkList("offsets", offsets, num);
     caller.checkList("sizes", sizes, num);
     check_fence(caller, fence);
+    check_transfer(caller);
     if(!buffer->check_bind(offsets, sizes, num)) return false;
     if(fence) fence->fence_value++;
     if(bind_buffer(buffer, offsets, sizes, num, bind, fence)) return true;

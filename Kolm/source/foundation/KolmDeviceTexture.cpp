@@ -178,6 +178,7 @@ bool Device::bindTexture(Texture *texture, const Region *regions, uint32_t num_r
     caller.checkList("regions", regions, num_regions);
     caller.checkList("slices", slices, num_slices);
     check_fence(caller, fence);
+    check_transfer(caller);
     if(!texture->check_bind(regions, num_regions, slices, num_slices)) return false;
     if(fence) fence->fence_value++;
     if(bind_texture(texture, regions, num_regions, slices, num_slices, bind, fence)) return true;
