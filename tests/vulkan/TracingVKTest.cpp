@@ -348,8 +348,10 @@ TEST_F(TracingVKTest, sizes_and_compaction) {
     Tracing *list[] = {tracing.get(), tracing.get()};
     ASSERT_TRUE(device->copyTracings(list, 2, sizes.get(), 8, 16));
     const size_t memory = tracing->getMemory();
+    const uint64_t address = static_cast<VKTracing *>(tracing.get())->getDeviceAddress();
     ASSERT_TRUE(device->compactTracing(tracing.get()));
-    EXPECT_LE(tracing->getMemory(), memory);
+    EXPECT_LE(tracing->getMemory(), memory); // the software driver's structures don't get smaller, but move
+    EXPECT_NE(static_cast<VKTracing *>(tracing.get())->getDeviceAddress(), address);
     const std::vector<uint32_t> words = getWords(sizes.get());
     EXPECT_EQ(words[2], tracing->getMemory());
     EXPECT_EQ(words[3], 0u);
@@ -382,6 +384,36 @@ TEST_F(TracingVKTest, delayed_release) {
         ASSERT_TRUE(device->flushTracings({mesh.get(), scene.get()}));
         ASSERT_TRUE(device->flip());
     }
+}
+
+// Without memory a structure is not made, and compaction leaves the one there is.
+TEST_F(TracingVKTest, out_of_memory) {
+    const std::vector<float> vertices = get_grid(4, 0.1f);
+    TracingPtr mesh = create_mesh(vertices, Tracing::FlagCompact);
+    const Tracing::Instance instance = get_instance(mesh);
+    TracingPtr scene = create_scene({instance});
+    const auto check_mesh = [&]() {
+        std::vector<Triangle> triangles;
+        append(triangles, vertices, instance);
+        check_trace(scene.get(), triangles, "kept");
+    };
+    check_mesh();
+    // The heaps that exist are full of what the test holds.
+    std::vector<BufferPtr> fill;
+    getAdapter()->setMemoryLimit(0);
+    for(const char *text : {"VKAdapter::", "VKBuffer::create(): can't allocate", "VK::error()"}) expectLog(text);
+    for(const size_t size : {size_t(1) << 20, size_t(1) << 16, size_t(1) << 12, size_t(256)}) {
+        while(BufferPtr buffer = createBuffer(Buffer::FlagTracing, size)) fill.push_back(std::move(buffer));
+    }
+    expectLog("VKTracing::create(): can't allocate Geometry 32 tracing memory");
+    EXPECT_FALSE(TracingPtr(device->createTracing(96, FormatRGBf32, 12, 0, FormatUnknown)));
+    const size_t memory = mesh->getMemory();
+    EXPECT_FALSE(device->compactTracing(mesh.get()));
+    EXPECT_EQ(mesh->getMemory(), memory);
+    getAdapter()->setMemoryLimit(~0ull);
+    fill.clear();
+    check_mesh();
+    ASSERT_TRUE(device->compactTracing(mesh.get()));
 }
 
 TEST_F(TracingVKTest, refusals) {

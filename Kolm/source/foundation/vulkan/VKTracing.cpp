@@ -86,6 +86,7 @@ void VKTracing::clear() {
 void VKTracing::release() {
     release_memory();
     tracing_size = build_size = update_size = full_size = 0;
+    is_compact = false;
 }
 
 void VKTracing::release_memory() {
@@ -331,6 +332,7 @@ bool VKTracing::build(VKContext *ctx, VKTracing **tracings, uint32_t num, VKBuff
         VKTracing *tracing = tracings[i];
         // A full build needs the memory that compact() gave away.
         const bool update = (flags & FlagUpdate) && tracing->isBuilt();
+        if(!update) tracing->is_compact = false;
         if(update || tracing->tracing_size == tracing->full_size) continue;
         tracing->release_memory();
         if(!tracing->create_memory(tracing->full_size)) {
@@ -385,6 +387,7 @@ bool VKTracing::copySize(VKContext *ctx, VKBuffer *buffer, size_t offset) {
 }
 
 bool VKTracing::compact(VKContext *ctx) {
+    if(is_compact) return true;
     if(!ctx->isPrimary()) {
         Log::printf(Log::Error, "VKTracing::compact(): command devices have no queue\n");
         return false;
@@ -398,7 +401,6 @@ bool VKTracing::compact(VKContext *ctx) {
         Log::printf(Log::Error, "VKTracing::compact(): can't get compacted size\n");
         return false;
     }
-    if(size >= tracing_size) return true;
 
     VKBuffer *src_buffer = tracing_buffer;
     const VkAccelerationStructureKHR src = tracing;
@@ -426,7 +428,7 @@ bool VKTracing::compact(VKContext *ctx) {
     // Released on the context that copies, which may be a sub-device's.
     ctx->releaseAccelerationStructure(src);
     delete src_buffer;
-    return true;
+    return is_compact = true;
 }
 
 } // namespace Kolm

@@ -61,7 +61,8 @@ private:
     VKBuffer *tracing_buffer = nullptr; // memory of the structure, and its last access
     VkAccelerationStructureKHR tracing = VK_NULL_HANDLE;
     VkDeviceAddress tracing_address = 0;
-    size_t full_size = 0; // bytes that a build needs; tracing_size is less after compact()
+    size_t full_size = 0;    // bytes that a build needs; tracing_size may be less after compact()
+    bool is_compact = false; // since the last whole build
 };
 
 } // namespace Kolm
