@@ -10,10 +10,13 @@
 #include "KolmImage.h"
 #include "KolmShaderCompiler.h"
 #include "VKBuffer.h"
+#include "VKCommand.h"
 #include "VKCompute.h"
 #include "VKDevice.h"
 #include "VKKernel.h"
 #include "VKOffscreen.h"
+#include "VKPipeline.h"
+#include "VKTarget.h"
 
 using namespace Kolm;
 
@@ -39,7 +42,8 @@ const char *kernel_src = R"(#version 450
 
 // The same work in plain Vulkan: one set with dynamic offsets, one ring of uniform memory, one command buffer.
 struct PlainLoop {
-    PlainLoop(VKDevice *device, VKKernel *kernel, VKBuffer *storage) : device(device), kernel(kernel) {
+    PlainLoop(VKDevice *device, const VKBindings *bindings, VKBuffer *storage) : device(device), bindings(bindings) {
+        num_slots = storage ? 2 : 1;
         VKAdapter *adapter = device->getAdapter();
         vk = device->getContext()->getDevice();
         auto pool_info = vk_record<VkCommandPoolCreateInfo>(VK_STRUCTURE_TYPE_COMMAND_POOL_CREATE_INFO);
@@ -61,10 +65,10 @@ struct PlainLoop {
                                               {VK_DESCRIPTOR_TYPE_STORAGE_BUFFER_DYNAMIC, 1}};
         auto descriptor_info = vk_record<VkDescriptorPoolCreateInfo>(VK_STRUCTURE_TYPE_DESCRIPTOR_POOL_CREATE_INFO);
         descriptor_info.maxSets = 1;
-        descriptor_info.poolSizeCount = 2;
+        descriptor_info.poolSizeCount = num_slots;
         descriptor_info.pPoolSizes = sizes;
         vkCreateDescriptorPool(vk, &descriptor_info, nullptr, &descriptor_pool);
-        const VkDescriptorSetLayout layout = kernel->getBindings().getSetLayout(VKBindings::SetBuffer);
+        const VkDescriptorSetLayout layout = bindings->getSetLayout(VKBindings::SetBuffer);
         auto set_info = vk_record<VkDescriptorSetAllocateInfo>(VK_STRUCTURE_TYPE_DESCRIPTOR_SET_ALLOCATE_INFO);
         set_info.descriptorPool = descriptor_pool;
         set_info.descriptorSetCount = 1;
@@ -72,10 +76,10 @@ struct PlainLoop {
         adapter->vkAllocateDescriptorSets(vk, &set_info, &set);
         const VkDescriptorBufferInfo infos[] = {
             {static_cast<VKBuffer *>(uniform.get())->getBuffer(), 0, 64},
-            {storage->getBuffer(), 0, VK_WHOLE_SIZE},
+            {storage ? storage->getBuffer() : VkBuffer(VK_NULL_HANDLE), 0, VK_WHOLE_SIZE},
         };
         VkWriteDescriptorSet writes[2];
-        for(uint32_t i = 0; i < 2; i++) {
+        for(uint32_t i = 0; i < num_slots; i++) {
             writes[i] = vk_record<VkWriteDescriptorSet>(VK_STRUCTURE_TYPE_WRITE_DESCRIPTOR_SET);
             writes[i].dstSet = set;
             writes[i].dstBinding = i;
@@ -83,7 +87,7 @@ struct PlainLoop {
             writes[i].descriptorType = sizes[i].type;
             writes[i].pBufferInfo = &infos[i];
         }
-        adapter->vkUpdateDescriptorSets(vk, 2, writes, 0, nullptr);
+        adapter->vkUpdateDescriptorSets(vk, num_slots, writes, 0, nullptr);
     }
     ~PlainLoop() {
         device->unmapBuffer(uniform.get());
@@ -92,21 +96,36 @@ struct PlainLoop {
         vkDestroyCommandPool(vk, pool, nullptr);
     }
 
-    void run(const float *params) {
+    // \p around binds what is not a slot, and for draws begins and ends the pass.
+    template<class Around> void record(const float *params, Around around) {
         VKAdapter *adapter = device->getAdapter();
         auto begin = vk_record<VkCommandBufferBeginInfo>(VK_STRUCTURE_TYPE_COMMAND_BUFFER_BEGIN_INFO);
         begin.flags = VK_COMMAND_BUFFER_USAGE_ONE_TIME_SUBMIT_BIT;
         adapter->vkResetCommandBuffer(command, 0);
         adapter->vkBeginCommandBuffer(command, &begin);
-        adapter->vkCmdBindPipeline(command, VK_PIPELINE_BIND_POINT_COMPUTE, kernel->getPipeline());
+        around(adapter, command, true);
+        const bool is_draw = (num_slots == 1);
         for(uint32_t i = 0; i < num_dispatches; i++) {
             memcpy(data + stride * i, params, 64);
             const uint32_t offsets[] = {stride * i, 0};
-            adapter->vkCmdBindDescriptorSets(command, VK_PIPELINE_BIND_POINT_COMPUTE,
-                                             kernel->getBindings().getPipelineLayout(), 0, 1, &set, 2, offsets);
-            adapter->vkCmdDispatch(command, 0, 1, 1);
+            adapter->vkCmdBindDescriptorSets(command,
+                                             is_draw ? VK_PIPELINE_BIND_POINT_GRAPHICS : VK_PIPELINE_BIND_POINT_COMPUTE,
+                                             bindings->getPipelineLayout(), 0, 1, &set, num_slots, offsets);
+            if(is_draw) {
+                adapter->vkCmdDrawIndexed(command, 3, 1, 0, 0, 0);
+            } else {
+                adapter->vkCmdDispatch(command, 0, 1, 1);
+            }
         }
+        around(adapter, command, false);
         adapter->vkEndCommandBuffer(command);
+        recorded = true;
+    }
+    // Runs what was recorded, and waits.
+    void submit() {
+        if(!recorded) return;
+        recorded = false;
+        VKAdapter *adapter = device->getAdapter();
         auto submit = vk_record<VkSubmitInfo>(VK_STRUCTURE_TYPE_SUBMIT_INFO);
         submit.commandBufferCount = 1;
         submit.pCommandBuffers = &command;
@@ -116,7 +135,9 @@ struct PlainLoop {
     }
 
     VKDevice *device;
-    VKKernel *kernel;
+    const VKBindings *bindings;
+    uint32_t num_slots;
+    bool recorded = false;
     VkDevice vk = VK_NULL_HANDLE;
     VkCommandPool pool = VK_NULL_HANDLE;
     VkCommandBuffer command = VK_NULL_HANDLE;
@@ -128,7 +149,7 @@ struct PlainLoop {
     uint32_t stride = 0;
 };
 
-// setUniformData and dispatch, a thousand times, with one submission and wait.
+// Recording of a thousand setUniformData and dispatch. The work runs between the measurements.
 void dispatches(benchmark::State &state) {
     Gpu gpu;
     if(!gpu.device) return state.SkipWithError("no device");
@@ -136,7 +157,8 @@ void dispatches(benchmark::State &state) {
     kernel->setUniforms(1).setStorages(1).setStorageOffset(1);
     std::unique_ptr<Buffer> storage(gpu.device->createBuffer(Buffer::FlagStorage, 65536));
     if(!kernel->createShaderGLSL(kernel_src) || !kernel->create()) return state.SkipWithError("no kernel");
-    PlainLoop plain(gpu.device.get(), static_cast<VKKernel *>(kernel.get()), static_cast<VKBuffer *>(storage.get()));
+    VKKernel *vk_kernel = static_cast<VKKernel *>(kernel.get());
+    PlainLoop plain(gpu.device.get(), &vk_kernel->getBindings(), static_cast<VKBuffer *>(storage.get()));
     const float params[16] = {1.0f};
     compare(
         state,
@@ -148,10 +170,125 @@ void dispatches(benchmark::State &state) {
                 compute->setUniformData(0, params, sizeof(params));
                 compute->dispatch(0, 1, 1);
             }
-            gpu.device->finish();
         },
-        [&] { plain.run(params); });
+        [&] {
+            plain.record(params, [&](VKAdapter *adapter, VkCommandBuffer command, bool begin) {
+                if(begin) adapter->vkCmdBindPipeline(command, VK_PIPELINE_BIND_POINT_COMPUTE, vk_kernel->getPipeline());
+            });
+        },
+        0.0, [&] { gpu.device->finish(); }, [&] { plain.submit(); });
+    plain.submit();
     state.counters["ours_ns_each"] = state.counters["ours_us"] * 1000.0 / num_dispatches;
+}
+
+constexpr uint32_t num_draws = num_dispatches;
+
+// One uniform of 64 bytes and indices of a triangle outside of the picture, so that little but the recording costs.
+struct Draws {
+    explicit Draws(VKDevice *device) : device(device) {
+        texture.reset(device->createTexture2D(FormatRGBAu8n, 16, 16, Texture::FlagTarget));
+        target.reset(device->createTarget({texture.get()}));
+        pipeline.reset(device->createPipeline());
+        pipeline->setColorFormat(FormatRGBAu8n).setUniformMask(0, Shader::MaskVertex);
+        const uint16_t indices[] = {0, 1, 2};
+        index.reset(device->createBuffer(Buffer::FlagIndex, indices, sizeof(indices)));
+        created = pipeline->createShaderGLSL(Shader::TypeVertex, R"(#version 450
+            layout(std140, binding = 0) uniform Params { vec4 params[4]; };
+            void main() { gl_Position = params[0]; })") &&
+                  pipeline->createShaderGLSL(Shader::TypeFragment, R"(#version 450
+            layout(location = 0) out vec4 out_color;
+            void main() { out_color = vec4(1.0); })") &&
+                  pipeline->create() && index;
+    }
+    void record(const float *params) {
+        target->begin();
+        std::unique_ptr<Command> command(device->createCommand(target.get()));
+        command->setPipeline(pipeline.get());
+        command->setIndexBuffer(FormatRu16, index.get());
+        for(uint32_t i = 0; i < num_draws; i++) {
+            command->setUniformData(0, params, 64);
+            command->drawElements(3);
+        }
+        command.reset();
+        target->end();
+    }
+
+    VKDevice *device;
+    std::unique_ptr<Texture> texture;
+    std::unique_ptr<Target> target;
+    std::unique_ptr<Pipeline> pipeline;
+    std::unique_ptr<Buffer> index;
+    bool created = false;
+};
+
+// Recording of a thousand setUniformData and drawElements. The work runs between the measurements.
+void draws(benchmark::State &state) {
+    Gpu gpu;
+    if(!gpu.device) return state.SkipWithError("no device");
+    Draws ours(gpu.device.get());
+    if(!ours.created) return state.SkipWithError("no pipeline");
+    VKPipeline *pipeline = static_cast<VKPipeline *>(ours.pipeline.get());
+    const float params[16] = {2.0f, 2.0f, 0.0f, 1.0f};
+    ours.record(params);
+    VKTarget *target = static_cast<VKTarget *>(ours.target.get());
+    PlainLoop plain(gpu.device.get(), &pipeline->getBindings(), nullptr);
+    compare(
+        state, [&] { ours.record(params); },
+        [&] {
+            plain.record(params, [&](VKAdapter *adapter, VkCommandBuffer command, bool begin) {
+                if(!begin) return adapter->vkCmdEndRenderPass(command);
+                VkClearValue clear = {};
+                auto info = vk_record<VkRenderPassBeginInfo>(VK_STRUCTURE_TYPE_RENDER_PASS_BEGIN_INFO);
+                info.renderPass = target->getRenderPass();
+                info.framebuffer = target->getFramebuffer();
+                info.renderArea.extent = {16, 16};
+                info.clearValueCount = 1;
+                info.pClearValues = &clear;
+                adapter->vkCmdBeginRenderPass(command, &info, VK_SUBPASS_CONTENTS_INLINE);
+                adapter->vkCmdBindPipeline(command, VK_PIPELINE_BIND_POINT_GRAPHICS, pipeline->getPipeline());
+                const VkViewport viewport = {0, 16, 16, -16, 0, 1};
+                const VkRect2D scissor = {{0, 0}, {16, 16}};
+                const float blend[4] = {};
+                adapter->vkCmdSetViewport(command, 0, 1, &viewport);
+                adapter->vkCmdSetScissor(command, 0, 1, &scissor);
+                adapter->vkCmdSetBlendConstants(command, blend);
+                adapter->vkCmdSetStencilReference(command, VK_STENCIL_FACE_FRONT_AND_BACK, 0);
+                adapter->vkCmdBindIndexBuffer(command, static_cast<VKBuffer *>(ours.index.get())->getBuffer(), 0,
+                                              VK_INDEX_TYPE_UINT16);
+            });
+        },
+        0.0, [&] { gpu.device->finish(); }, [&] { plain.submit(); });
+    plain.submit();
+    state.counters["ours_ns_each"] = state.counters["ours_us"] * 1000.0 / num_draws;
+}
+
+void draw_allocations(benchmark::State &state) {
+    Gpu gpu;
+    if(!gpu.device) return state.SkipWithError("no device");
+    Draws ours(gpu.device.get());
+    if(!ours.created) return state.SkipWithError("no pipeline");
+    const float params[16] = {2.0f, 2.0f, 0.0f, 1.0f};
+    ours.record(params);
+    size_t allocations = 0;
+    for(auto _ : state) {
+        ours.target->begin();
+        std::unique_ptr<Command> command(gpu.device->createCommand(ours.target.get()));
+        command->setPipeline(ours.pipeline.get());
+        command->setIndexBuffer(FormatRu16, ours.index.get());
+        command->setUniformData(0, params, 64);
+        command->drawElements(3);
+        const size_t before = Allocator::getAllocations();
+        for(uint32_t i = 0; i < num_draws; i++) {
+            command->setUniformData(0, params, 64);
+            command->drawElements(3);
+        }
+        allocations += Allocator::getAllocations() - before;
+        command.reset();
+        ours.target->end();
+        gpu.device->finish();
+        state.SetIterationTime(1e-3);
+    }
+    state.counters["allocations"] = double(allocations);
 }
 
 // The kernel's own cost per call that allocates nothing is counted by the allocator.
@@ -313,7 +450,9 @@ void start(benchmark::State &state) {
 
 } // namespace
 
-BENCHMARK(dispatches)->UseManualTime()->Iterations(50)->Unit(benchmark::kMicrosecond);
+BENCHMARK(dispatches)->UseManualTime()->Iterations(400)->Unit(benchmark::kMicrosecond);
+BENCHMARK(draws)->UseManualTime()->Iterations(400)->Unit(benchmark::kMicrosecond);
+BENCHMARK(draw_allocations)->UseManualTime()->Iterations(10)->Unit(benchmark::kMicrosecond);
 BENCHMARK(dispatch_allocations)->UseManualTime()->Iterations(10)->Unit(benchmark::kMicrosecond);
 BENCHMARK(upload)->UseManualTime()->Iterations(5)->Unit(benchmark::kMillisecond);
 BENCHMARK(upload_in_use)->UseManualTime()->Iterations(5)->Unit(benchmark::kMillisecond);

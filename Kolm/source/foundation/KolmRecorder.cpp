@@ -339,6 +339,8 @@ void Recorder::set_offset(const SlotKind &kind, const Caller &caller, uint32_t i
 
 // A slot without content would let the shader read anything: the call is skipped. Of an array the first is needed.
 bool Recorder::check_slots(const Caller &caller) const {
+    // Nothing but offsets changed since all slots held something.
+    if((update_mask & UpdateAll) == 0) return true;
     const char *kind = nullptr;
     uint32_t index = 0;
     const auto check = [&](const char *name, uint32_t num, const uint8_t *arrays, auto is_set) {

@@ -130,13 +130,6 @@ void VKContext::destroy() {
     for(uint32_t type = 0; type < NumTransientTypes; type++) release_buffers(TransientType(type));
 }
 
-VkCommandBuffer VKContext::getCommand(bool check) const {
-    if(check) KOLM_ASSERT(frame && "VKContext::getCommand(): context is not created");
-    if(frame == nullptr) return VK_NULL_HANDLE;
-    frame->recorded = true;
-    return frame->commands[frame->command_index];
-}
-
 void VKContext::addListener(Listener *listener) {
     listener->prev_listener = nullptr;
     listener->next_listener = listeners;

@@ -212,7 +212,12 @@ public:
     uint32_t getNumFrames() const { return frames.size(); }
 
     /// Command buffer to record on. Not kept over flip, flush and finish. \p check asserts that one is open.
-    VkCommandBuffer getCommand(bool check = true) const;
+    VkCommandBuffer getCommand(bool check = true) const {
+        if(check) KOLM_ASSERT(frame && "VKContext::getCommand(): context is not created");
+        if(frame == nullptr) return VK_NULL_HANDLE;
+        frame->recorded = true;
+        return frame->commands[frame->command_index];
+    }
     /// Host address of transient memory of this frame, null for a buffer that is none.
     uint8_t *getTransientData(VkBuffer buffer, uint64_t offset) const;
     uint32_t getNumCommands() const { return frame->command_index + 1; }

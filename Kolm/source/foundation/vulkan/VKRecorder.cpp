@@ -2,9 +2,9 @@
 
 #include "KolmLog.h"
 #include "VKBuffer.h"
-#include "VKTracing.h"
 #include "VKSampler.h"
 #include "VKTexture.h"
+#include "VKTracing.h"
 
 namespace Kolm {
 
@@ -186,12 +186,17 @@ void VKRecorder::Uses::append(VKBuffer *buffer, VkAccessFlags flags) {
     access[num++] = flags;
 }
 
-void VKRecorder::get_uses(Uses &uses) const {
+// The buffers of all slots, gathered anew if a slot changed.
+const VKRecorder::Uses &VKRecorder::get_uses() {
+    if((slots.update_mask & RecorderSlots::UpdateAll) == 0) return uses;
+    uses.num = 0;
+    has_transients = false;
     for(uint32_t i = 0; i < parameters->getNumUniforms(); i++)
         uses.append(static_cast<VKBuffer *>(slots.uniforms[i].buffer), VK_ACCESS_UNIFORM_READ_BIT);
     const Parameters::BindFlags *flags = parameters->getSlots(Parameters::KindStorage).flags;
     for(uint32_t i = 0; i < parameters->getNumStorages(); i++) {
         const bool is_read = (flags[i] & Parameters::BindFlagRead) != 0;
+        has_transients |= (slots.storages[i].handle && !is_read);
         uses.append(static_cast<VKBuffer *>(slots.storages[i].buffer),
                     VK_ACCESS_SHADER_READ_BIT | (is_read ? 0 : VK_ACCESS_SHADER_WRITE_BIT));
     }
@@ -200,18 +205,28 @@ void VKRecorder::get_uses(Uses &uses) const {
     for(uint32_t i = 0; i < parameters->getNumTracings(); i++)
         uses.append(static_cast<VKTracing *>(slots.tracings[i])->getTracingBuffer(),
                     VK_ACCESS_ACCELERATION_STRUCTURE_READ_BIT_KHR);
+    return uses;
 }
 
 void VKRecorder::updateUses() {
-    Uses uses;
-    get_uses(uses);
+    get_uses();
     for(uint32_t i = 0; i < uses.num; i++) uses.buffers[i]->setUsed(context);
 }
 
 void VKRecorder::updateBarriers(const Slot *indirect, VkPipelineStageFlags stages) {
-    Uses uses;
-    get_uses(uses);
-    if(indirect) uses.append(static_cast<VKBuffer *>(indirect->buffer), VK_ACCESS_INDIRECT_COMMAND_READ_BIT);
+    get_uses();
+    // The source of an indirect dispatch may be in a slot too, and is not one of the next dispatch.
+    if(indirect && indirect->buffer) {
+        Uses all = uses;
+        all.append(static_cast<VKBuffer *>(indirect->buffer), VK_ACCESS_INDIRECT_COMMAND_READ_BIT);
+        update_barriers(all, stages);
+    } else {
+        update_barriers(uses, stages);
+    }
+    if(num_written || has_transients) update_transients(stages);
+}
+
+void VKRecorder::update_barriers(const Uses &uses, VkPipelineStageFlags stages) {
     bool changed = (parameters->getNumTextures() + parameters->getNumSurfaces() != 0);
     for(uint32_t i = 0; i < uses.num; i++) {
         uses.buffers[i]->setUsed(context);
@@ -227,7 +242,6 @@ void VKRecorder::updateBarriers(const Slot *indirect, VkPipelineStageFlags stage
         }
         context->barrier(barriers);
     }
-    update_transients(stages);
 }
 
 // Textures are read in the layout that they always have, unless the same dispatch writes them.

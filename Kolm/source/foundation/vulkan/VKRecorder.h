@@ -73,7 +73,8 @@ private:
     void save_memory();
     bool restore_memory();
     bool check_resources(const Slot *indirect);
-    void get_uses(Uses &uses) const;
+    const Uses &get_uses();
+    void update_barriers(const Uses &uses, VkPipelineStageFlags stages);
     void update_transients(VkPipelineStageFlags stages);
     void begin_conditional();
     void end_conditional();
@@ -114,6 +115,9 @@ private:
     VkBuffer bound_storages[Parameters::NumStorages] = {};
     VkBufferView bound_texels[Parameters::NumTexels] = {};
     VkAccelerationStructureKHR bound_tracings[Parameters::NumTracings] = {};
+
+    Uses uses;                   // of the slots as they were last
+    bool has_transients = false; // a slot has transient storage that is written
 
     // Transient buffers that a dispatch wrote since the last barrier over them. Nobody else can ask for one.
     uint32_t num_written = 0;
