@@ -1,10 +1,7 @@
 // Conditional rendering: the device decides which dispatches run. A first kernel writes one word for each tile of the
 // picture; the dispatch of a tile runs if its word is not 0, without the host knowing.
-// Usage: conditional [--output FILE.png]
 
-#include <Ostrevan.h>
-
-#include <string.h>
+#include "Example.h"
 
 using namespace Ostrevan;
 
@@ -35,15 +32,10 @@ static const char *const tile_source = R"(
     })";
 
 int main(int argc, char **argv) {
-    const char *output = (argc == 3 && strcmp(argv[1], "--output") == 0) ? argv[2] : "conditional.png";
-
-    Context context(PlatformAny);
-    if(!context.create()) return 1;
-    Device device(context);
-    if(!device.getFeatures().conditionalRendering) {
-        Log::print(Log::Error, "conditional: the device has no conditional rendering\n");
-        return 1;
-    }
+    Example example("conditional", "Skips the work that a kernel found to be unneeded.", argc, argv);
+    if(!example.create()) return example.getResult();
+    Device &device = example.getDevice();
+    if(!device.getFeatures().conditionalRendering) return example.fail("the device has no conditional rendering");
     Kernel decide = device.createKernel();
     decide.setStorages(1);
     if(!decide.createShaderGLSL(decide_source) || !decide.create()) return 1;
@@ -75,5 +67,5 @@ int main(int argc, char **argv) {
     }
     Image image;
     image.create2D(FormatRGBAu8n, size, size);
-    return (device.getBuffer(pixels, image.getData()) && image.save(output)) ? 0 : 1;
+    return device.getBuffer(pixels, image.getData()) ? example.save(image) : 1;
 }

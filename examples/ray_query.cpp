@@ -1,7 +1,6 @@
 // Ray queries in a compute shader: a ring of turned cubes with hard shadows, one ray to the eye and one to the light.
-// Usage: ray_query [--output FILE.png]
 
-#include <Ostrevan.h>
+#include "Example.h"
 
 #include <math.h>
 #include <string.h>
@@ -64,16 +63,11 @@ static Tracing::Instance place(const Tracing &cube, float width, float height, f
 }
 
 int main(int argc, char **argv) {
-    const char *output = (argc == 3 && strcmp(argv[1], "--output") == 0) ? argv[2] : "ray_query.png";
+    Example example("ray_query", "Shows rays that a kernel sends into a scene.", argc, argv);
+    if(!example.create()) return example.getResult();
+    Device &device = example.getDevice();
     const uint32_t size[2] = {512, 512};
-
-    Context context(PlatformAny);
-    if(!context.create()) return 1;
-    Device device(context);
-    if(!device.getFeatures().computeTracing) {
-        Log::print(Log::Error, "ray_query: the device has no ray queries\n");
-        return 1;
-    }
+    if(!device.getFeatures().computeTracing) return example.fail("the device has no ray queries");
     Kernel kernel = device.createKernel();
     kernel.setUniforms(1).setStorages(1).setStorageOffset(1).setTracings(1);
     if(!kernel.createShaderGLSL(source) || !kernel.create()) return 1;
@@ -116,5 +110,5 @@ int main(int argc, char **argv) {
     }
     Image image;
     image.create2D(FormatRGBAu8n, size[0], size[1]);
-    return (device.getBuffer(pixels, image.getData()) && image.save(output)) ? 0 : 1;
+    return device.getBuffer(pixels, image.getData()) ? example.save(image) : 1;
 }

@@ -1,11 +1,8 @@
 // A ray query in a fragment shader: a drawn square receives the shadows of triangles that are not drawn at all.
-// Usage: ray_query_fragment [--output FILE.png]
 
-#include <Ostrevan.h>
+#include "Example.h"
 
 #include <math.h>
-#include <string.h>
-
 using namespace Ostrevan;
 
 // A triangle over the whole target. `s_point` is -1 to 1, y upwards.
@@ -44,16 +41,11 @@ static bool build(Device &device, const Tracing &tracing) {
 }
 
 int main(int argc, char **argv) {
-    const char *output = (argc == 3 && strcmp(argv[1], "--output") == 0) ? argv[2] : "ray_query_fragment.png";
+    Example example("ray_query_fragment", "Shows shadows by rays of a fragment shader.", argc, argv);
+    if(!example.create()) return example.getResult();
+    Device &device = example.getDevice();
     constexpr uint32_t size = 512;
-
-    Context context(PlatformAny);
-    if(!context.create()) return 1;
-    Device device(context);
-    if(!device.getFeatures().fragmentTracing) {
-        Log::print(Log::Error, "ray_query_fragment: the device has no ray queries\n");
-        return 1;
-    }
+    if(!device.getFeatures().fragmentTracing) return example.fail("the device has no ray queries");
     Pipeline pipeline = device.createPipeline();
     pipeline.setTracingMask(0, Shader::MaskFragment).setColorFormat(FormatRGBAu8n);
     if(!pipeline.createShaderGLSL(Shader::TypeVertex, vertex_source)) return 1;
@@ -91,7 +83,5 @@ int main(int argc, char **argv) {
         command.drawArrays(3);
     }
     if(!target.end()) return 1;
-    Image image;
-    image.create2D(FormatRGBAu8n, size, size);
-    return (device.getTexture(texture, image) && image.save(output)) ? 0 : 1;
+    return example.save(texture);
 }

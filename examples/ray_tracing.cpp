@@ -1,9 +1,6 @@
 // Rays through a ray tracing pipeline: spheres by an intersection shader above a chequered floor of triangles.
-// Usage: ray_tracing [--output FILE.png]
 
-#include <Ostrevan.h>
-
-#include <string.h>
+#include "Example.h"
 
 using namespace Ostrevan;
 
@@ -60,16 +57,11 @@ static bool build(Device &device, const Tracing &tracing) {
 }
 
 int main(int argc, char **argv) {
-    const char *output = (argc == 3 && strcmp(argv[1], "--output") == 0) ? argv[2] : "ray_tracing.png";
+    Example example("ray_tracing", "Shows spheres by rays through a ray tracing pipeline.", argc, argv);
+    if(!example.create()) return example.getResult();
+    Device &device = example.getDevice();
     constexpr uint32_t size = 512;
-
-    Context context(PlatformAny);
-    if(!context.create()) return 1;
-    Device device(context);
-    if(!device.getFeatures().rayTracing) {
-        Log::print(Log::Error, "ray_tracing: the device has no ray tracing pipelines\n");
-        return 1;
-    }
+    if(!device.getFeatures().rayTracing) return example.fail("the device has no ray tracing pipelines");
 
     // Hit groups are numbered in the order in which they are opened: the floor is 0, spheres are 1.
     Traversal traversal = device.createTraversal();
@@ -123,5 +115,5 @@ int main(int argc, char **argv) {
     }
     Image image;
     image.create2D(FormatRGBAu8n, size, size);
-    return (device.getBuffer(pixels, image.getData()) && image.save(output)) ? 0 : 1;
+    return device.getBuffer(pixels, image.getData()) ? example.save(image) : 1;
 }

@@ -1,8 +1,7 @@
 // Prefix sums and a radix sort on the device. The picture has three bands: keys as grey, the same keys sorted, and how
 // many of the unsorted ones in front of each pixel are brighter than the middle.
-// Usage: scan_and_sort [--output FILE.png]
 
-#include <Ostrevan.h>
+#include "Example.h"
 
 #include <stdlib.h>
 #include <string.h>
@@ -10,13 +9,11 @@
 using namespace Ostrevan;
 
 int main(int argc, char **argv) {
-    const char *output = (argc == 3 && strcmp(argv[1], "--output") == 0) ? argv[2] : "scan_and_sort.png";
+    Example example("scan_and_sort", "Shows keys, the same sorted, and running sums.", argc, argv);
+    if(!example.create()) return example.getResult();
+    Device &device = example.getDevice();
     constexpr uint32_t width = 512, band = 128;
     constexpr uint32_t num = width * band;
-
-    Context context(PlatformAny);
-    if(!context.create()) return 1;
-    Device device(context);
     PrefixScan scan;
     RadixSort sort;
     if(!scan.create(device, PrefixScan::ModeSingle) || !sort.create(device, RadixSort::ModeSingle, scan, num)) return 1;
@@ -57,5 +54,5 @@ int main(int argc, char **argv) {
         set_pixel(num * 2 + i, 255 - level, level, 64);
     }
     free(data);
-    return (status && image.save(output)) ? 0 : 1;
+    return status ? example.save(image) : 1;
 }
