@@ -23,6 +23,8 @@ namespace Ostrevan {
 ///     mode, m           name     width and height: 8k 6k 5k 4k 3k w2k 2k wfhd fhd hd+ hd
 ///     vk, gl, gles, cu           platform
 ///
+/// The argument --validation asks for the checks of the graphics API, see Context::setValidation().
+///
 /// All other words are the application's own arguments, in their order and with their dashes. An option whose value is
 /// missing is one of them.
 class OSTREVAN_API App {

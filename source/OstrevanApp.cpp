@@ -3,6 +3,8 @@
 #include "KolmLog.h"
 #include "KolmString.h"
 
+#include <platform/OstrevanContext.h>
+
 namespace Ostrevan {
 
 namespace {
@@ -171,6 +173,7 @@ bool App::create(Platform platform, uint32_t version) {
     }
     if((platform == PlatformD3D12 || platform == PlatformD3D11) && impl().debugger == nullptr)
         impl().debugger = new Debugger(true);
+    if(isArgument("validation")) Context::setValidation(true);
     impl().platform = platform;
     return true;
 }

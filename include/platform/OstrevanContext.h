@@ -35,6 +35,11 @@ public:
 
     /// Number of adapters of a platform. 0 and one line if its API cannot be opened.
     static uint32_t getNumAdapters(Platform platform);
+
+    /// Asks for the checks of the graphics API's debug layer, such as Vulkan's validation layer with synchronisation
+    /// checks, whose messages go to Log. Takes effect when the API is opened next, by the first context. Where the
+    /// layer is not installed one warning tells so. App::create() does this for the argument --validation.
+    static void setValidation(bool enabled);
 };
 
 } // namespace Ostrevan

@@ -34,6 +34,8 @@ bool Context::create() {
 bool Context::flush() { return (impl().isValid() && impl().ref().flush()); }
 bool Context::finish() { return (impl().isValid() && impl().ref().finish()); }
 
+void Context::setValidation(bool enabled) { Kolm::Backend::setValidation(enabled); }
+
 uint32_t Context::getNumAdapters(Platform platform) { return Kolm::Backend::getNumAdapters(get_concrete(platform)); }
 
 } // namespace Ostrevan

@@ -15,10 +15,13 @@ Offscreen *create_offscreen(uint32_t index) { return new StubOffscreen(PlatformM
 Surface *create_surface(Offscreen *) { return new StubObject<Surface>(PlatformMTL, 0u); }
 Device *create_device(Offscreen *) { return new StubDevice(PlatformMTL); }
 Device *create_surface_device(Surface *) { return new StubDevice(PlatformMTL); }
+bool validation = false;
+void set_validation(bool enabled) { validation = enabled; }
 
 // A platform that no build has, so that this registration disturbs nobody.
 const Backend backend(PlatformMTL,
-                      {[]() { return 3u; }, create_offscreen, create_surface, create_device, create_surface_device});
+                      {[]() { return 3u; }, create_offscreen, create_surface, create_device, create_surface_device,
+                       set_validation});
 
 } // namespace
 
@@ -83,6 +86,8 @@ TEST(Platform, casts_only_within_one_platform) {
 TEST(Backend, builds_the_objects_of_its_platform) {
     CapturedLog log;
     EXPECT_EQ(Backend::getNumAdapters(PlatformMTL), 3u);
+    Backend::setValidation(true);
+    EXPECT_TRUE(validation);
     Offscreen *context = Backend::createContext(PlatformMTL, 2);
     ASSERT_NE(context, nullptr);
     EXPECT_EQ(context->getIndex(), 2u);

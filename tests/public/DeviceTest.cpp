@@ -55,6 +55,29 @@ const char *const scale_source = R"(
 
 } // namespace
 
+// The layer's messages about what the application does itself go to the log, if it asked for them.
+TEST(PublicContext, logs_what_the_validation_layer_finds) {
+    for(const bool asked : {false, true}) {
+        const ChildProcess child = runChild([asked] {
+            char name[] = "test", argument[] = "--validation";
+            char *argv[] = {name, argument};
+            App app(asked ? 2 : 1, argv);
+            VKContext context(~0u);
+            if(!app.create() || !context.create()) _exit(1);
+            struct {
+                uint32_t type; // none of a fence's record
+                const void *next;
+                uint32_t flags;
+            } info = {~0u, nullptr, 0};
+            using Function = int32_t (*)(VkDevice, const void *, const void *, void *);
+            void *fence = nullptr;
+            const Function create = reinterpret_cast<Function>(context.getDeviceProcAddress("vkCreateFence"));
+            if(asked && create) create(context.getDevice(), &info, nullptr, &fence);
+        });
+        EXPECT_EQ(child.err.find("VUID-VkFenceCreateInfo-sType-sType") != std::string::npos, asked) << child.err;
+    }
+}
+
 TEST(Platform, has_one_more_name_in_public) {
     EXPECT_EQ(findPlatformName("ANY"), PlatformAny);
     EXPECT_EQ(findPlatformName("any"), PlatformAny);

@@ -47,6 +47,12 @@ uint32_t Backend::getNumAdapters(Platform platform) {
     return (functions) ? functions->get_num_adapters() : 0;
 }
 
+void Backend::setValidation(bool enabled) {
+    for(const Backend *backend : backends) {
+        if(backend) backend->functions.set_validation(enabled);
+    }
+}
+
 Offscreen *Backend::createContext(Platform platform, uint32_t index) {
     if(platform == PlatformUnknown) return nullptr;
     const Functions *functions = find(platform, "Context");

@@ -27,6 +27,8 @@ public:
         /// Devices on a created context and on a surface that has one. The device does not own it.
         Device *(*create_device)(Offscreen *context);
         Device *(*create_surface_device)(Surface *surface);
+        /// Asks for the checks of the API's debug layer, from the next time on that the API is opened.
+        void (*set_validation)(bool enabled);
     };
 
     Backend(Platform platform, const Functions &functions);
@@ -36,6 +38,8 @@ public:
 
     // Objects by platform, with the messages of the public constructors. Null passes on what was refused.
     static uint32_t getNumAdapters(Platform platform);
+    /// Of all platforms of the build.
+    static void setValidation(bool enabled);
     /// PlatformUnknown gives null without a line.
     static Offscreen *createContext(Platform platform, uint32_t index);
     /// \p context may be null; one that is not created is refused.

@@ -300,7 +300,8 @@ Device *create_surface_device(Surface *surface) {
 }
 
 const Backend backend(PlatformVK,
-                      {get_num_adapters, create_offscreen, create_surface, create_device, create_surface_device});
+                      {get_num_adapters, create_offscreen, create_surface, create_device, create_surface_device,
+                       VK::setValidation});
 
 } // namespace
 
