@@ -32,8 +32,8 @@ template<class Func> void wait_until(Func func) {
 TEST(Thread, runs_its_body_and_ends) {
     std::atomic<uint64_t> id{0};
     FunctionThread thread([&](FunctionThread *self) {
-        id = Thread::getID();
         EXPECT_TRUE(self->isRunning() && !self->isStopped());
+        id = Thread::getID(); // from now on it may be stopped
         while(self->isRunning()) usleep(20);
     });
     EXPECT_TRUE(!thread.isRunning() && thread.isStopped() && !thread.isWaiting());

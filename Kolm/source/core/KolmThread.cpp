@@ -30,6 +30,7 @@ bool Thread::run(uint32_t stack_size) {
         Log::print(Log::Error, "Thread::run(): is already running\n");
         return false;
     }
+    while(is_entered.load()) sched_yield(); // the last step of the thread before
     is_running = 1;
     is_stopped = 0;
     is_waiting = 0;
