@@ -499,13 +499,17 @@ TEST_F(AsyncTest, functions_handle_their_own_task) {
 
 TEST_F(AsyncTest, the_last_handle_may_go_inside_its_function) {
     std::atomic<int> num{0};
-    struct Holder {
-        Task task;
+    // Counts when the handle is gone: until then a waiter of the pool may hold the task as well, and lets it go on.
+    struct Count {
         std::atomic<int> *num;
-        ~Holder() { ++*num; }
+        ~Count() { ++*num; }
+    };
+    struct Holder {
+        Count count;
+        Task task;
     };
     for(int i = 0; i < 20000 / Scale; i++) {
-        auto *holder = new Holder{async.run(uint32_t(i) % 4), &num};
+        auto *holder = new Holder{{&num}, async.run(uint32_t(i) % 4)};
         Task task = holder->task;
         Gate gate;
         task.run([&, holder] {
