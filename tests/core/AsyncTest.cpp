@@ -92,7 +92,7 @@ TEST(AsyncPool, has_4_to_64_workers) {
         Task task = async.run([] { return 7; });
         printf(task.wait() && get<int>(task) == 7 ? ", 7" : ", no");
     });
-    EXPECT_EQ(child.out, "1 cores, 4 threads, 7");
+    EXPECT_EQ(child.out, "1 cores, 4 threads, 7") << child.err;
 }
 
 TEST_F(AsyncTest, masks_and_indices_name_the_worker) {

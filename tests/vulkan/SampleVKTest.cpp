@@ -244,6 +244,61 @@ TEST_F(SampleVKTest, surfaces) {
 }
 
 // Tables, indexed by what each invocation has.
+// Transfers of a recorder lie between its dispatches: each of these sees what was recorded in front of it.
+TEST_F(SampleVKTest, transfers_between_dispatches) {
+    const std::string src = R"(#version 450
+        layout(local_size_x = 64) in;
+        layout(set = 0, binding = 0) uniform texture2D src;
+        layout(std140, set = 1, binding = 0) uniform Parameters { uint base; };
+        layout(std430, set = 1, binding = 1) buffer Result { uint result[]; };
+        void main() {
+            uint i = gl_GlobalInvocationID.x;
+            result[base + i] = packUnorm4x8(texelFetch(src, ivec2(i % 8u, i / 8u), 0));
+        })";
+    KernelPtr kernel(device->createKernel(nullptr));
+    kernel->setTextures(1).setUniforms(1).setStorages(1).setStorageOffset(1);
+    ASSERT_TRUE(kernel->createShaderGLSL(src.c_str()) && kernel->create());
+    TexturePtr texture(device->createTexture2D(FormatRGBAu8n, 8)),
+        other(device->createTexture2D(FormatRGBAu8n, 8, Texture::FlagSource));
+    BufferPtr result = createBuffer(Buffer::FlagStorage | Buffer::FlagSource, 5 * 64 * sizeof(uint32_t));
+    Image images[2];
+    for(uint32_t i = 0; i < 2; i++) {
+        ASSERT_TRUE(images[i].create2D(FormatRGBAu8n, 8, 8));
+        for(uint32_t j = 0; j < 256; j++) images[i].getData()[j] = uint8_t(j * (i ? 7 : 3) + i);
+    }
+    const uint32_t value = 0x01020304;
+    std::vector<uint32_t> expected, pixels(64);
+    const auto keep = [&] { expected.insert(expected.end(), pixels.begin(), pixels.end()); };
+
+    ComputePtr compute = createCompute();
+    compute->setKernel(kernel.get());
+    compute->setTexture(0, texture.get());
+    compute->setStorageBuffer(0, result.get());
+    const auto read = [&](uint32_t index) {
+        compute->setUniform(0, index * 64);
+        compute->dispatch(64);
+        keep();
+    };
+    for(uint32_t i = 0; i < 2; i++) {
+        ASSERT_TRUE(compute->setTexture(texture.get(), images[i]));
+        memcpy(pixels.data(), images[i].getData(), 256);
+        read(i);
+    }
+    ASSERT_TRUE(compute->clearTexture(texture.get(), Region(2, 1, 3, 4), &value));
+    for(uint32_t i = 0; i < 12; i++) pixels[(1 + i / 3) * 8 + 2 + i % 3] = value;
+    read(2);
+    ASSERT_TRUE(compute->setTexture(other.get(), images[0]));
+    ASSERT_TRUE(compute->copyTexture(texture.get(), Origin(4, 4), other.get(), Region(0, 0, 4, 4)));
+    for(uint32_t i = 0; i < 16; i++)
+        memcpy(&pixels[(4 + i / 4) * 8 + 4 + i % 4], images[0].getData() + (i / 4 * 8 + i % 4) * 4, 4);
+    read(3);
+    ASSERT_TRUE(compute->copyTexture(texture.get(), other.get()));
+    memcpy(pixels.data(), images[0].getData(), 256);
+    read(4);
+    compute.reset();
+    EXPECT_EQ(getWords(result.get()), expected);
+}
+
 TEST_F(SampleVKTest, tables) {
     constexpr uint32_t num = 8;
     std::vector<TexturePtr> textures;

@@ -113,6 +113,23 @@ bool VKCompute::record_clear(Buffer *buffer, Format format, size_t offset, const
     return cast<VKBuffer>(buffer)->clear(context, format, offset, value, size);
 }
 
+bool VKCompute::record_set_texture(Texture *texture, const Origin &origin, const Slice &dest_slice, const Image &image,
+                                   const Slice &image_slice) {
+    check_target("setTexture");
+    return cast<VKTexture>(texture)->set(context, origin, dest_slice, image, image_slice);
+}
+
+bool VKCompute::record_copy_texture(Texture *dest, const Origin &origin, const Slice &dest_slice, Texture *src,
+                                    const Region &region, const Slice &src_slice) {
+    check_target("copyTexture");
+    return cast<VKTexture>(dest)->copy(context, origin, dest_slice, cast<VKTexture>(src), region, src_slice);
+}
+
+bool VKCompute::record_clear_texture(Texture *texture, const Region &region, const Slice &slice, const void *value) {
+    check_target("clearTexture");
+    return cast<VKTexture>(texture)->clear(context, region, slice, value);
+}
+
 // All that the recorder dispatches.
 VkPipelineStageFlags VKCompute::get_stages() const {
     const bool has_rays = adapter->getRayTracingPipelineFeatures().rayTracingPipeline;

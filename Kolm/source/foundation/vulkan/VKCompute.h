@@ -33,6 +33,11 @@ protected:
     bool record_set(Buffer *buffer, size_t offset, const void *src, size_t size) override;
     bool record_copy(Buffer *dest, size_t dest_offset, Buffer *src, size_t src_offset, size_t size) override;
     bool record_clear(Buffer *buffer, Format format, size_t offset, const void *value, size_t size) override;
+    bool record_set_texture(Texture *texture, const Origin &origin, const Slice &dest_slice, const Image &image,
+                            const Slice &image_slice) override;
+    bool record_copy_texture(Texture *dest, const Origin &origin, const Slice &dest_slice, Texture *src,
+                             const Region &region, const Slice &src_slice) override;
+    bool record_clear_texture(Texture *texture, const Region &region, const Slice &slice, const void *value) override;
     void record_barrier(Buffer **buffers, uint32_t num) override;
     void record_texture_barrier(Texture **textures, uint32_t num) override;
     void record_begin_conditional(Buffer *buffer, size_t offset) override;
