@@ -12,41 +12,10 @@
 #include <format/OstrevanSlice.h>
 #include <platform/OstrevanPlatform.h>
 
+#define TWIN_NAMESPACE Ostrevan
+#include <foundation/Viewport.inc>
+
 namespace Ostrevan {
-
-/// Rectangle of pixels; row 0 is at the top.
-struct Scissor {
-    constexpr Scissor() = default;
-    constexpr Scissor(int32_t width, int32_t height) : width(width), height(height) {}
-    constexpr Scissor(int32_t x, int32_t y, int32_t width, int32_t height) : x(x), y(y), width(width), height(height) {}
-    constexpr bool operator==(const Scissor &s) const {
-        return x == s.x && y == s.y && width == s.width && height == s.height;
-    }
-    constexpr bool operator!=(const Scissor &s) const { return !(*this == s); }
-    int32_t x = 0;
-    int32_t y = 0;
-    int32_t width = 0;
-    int32_t height = 0;
-};
-
-/// Rectangle of pixels that clip space is drawn to, with the range of depth; row 0 is at the top, which clip +1 meets.
-struct Viewport {
-    constexpr Viewport() = default;
-    constexpr Viewport(float32_t width, float32_t height) : width(width), height(height) {}
-    constexpr Viewport(float32_t x, float32_t y, float32_t width, float32_t height, float32_t znear = 0.0f,
-                       float32_t zfar = 1.0f)
-        : x(x), y(y), width(width), height(height), znear(znear), zfar(zfar) {}
-    constexpr bool operator==(const Viewport &v) const {
-        return x == v.x && y == v.y && width == v.width && height == v.height && znear == v.znear && zfar == v.zfar;
-    }
-    constexpr bool operator!=(const Viewport &v) const { return !(*this == v); }
-    float32_t x = 0.0f;
-    float32_t y = 0.0f;
-    float32_t width = 0.0f;
-    float32_t height = 0.0f;
-    float32_t znear = 0.0f;
-    float32_t zfar = 1.0f;
-};
 
 /// Records draws into an enabled target, made by Device::createCommand(). The last handle ends the recording, before
 /// Target::end(). There are no transfers and no barriers between draws.

