@@ -26,8 +26,8 @@ namespace Ostrevan {
 class OSTREVAN_API Pipeline {
     OSTREVAN_HANDLE(Pipeline)
 public:
-#include <foundation/SlotLimits.inc>
 #include <foundation/PipelineState.inc>
+#include <foundation/SlotLimits.inc>
 
     Pipeline();
 

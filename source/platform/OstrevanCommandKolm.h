@@ -10,6 +10,4 @@ namespace Ostrevan {
 
 struct Command::CommandImpl : HandleImpl<Command, Kolm::Command> {};
 
-// The records have one layout, so that the public one is a view of the other.
-
 } // namespace Ostrevan

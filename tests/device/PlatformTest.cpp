@@ -19,9 +19,8 @@ bool validation = false;
 void set_validation(bool enabled) { validation = enabled; }
 
 // A platform that no build has, so that this registration disturbs nobody.
-const Backend backend(PlatformMTL,
-                      {[]() { return 3u; }, create_offscreen, create_surface, create_device, create_surface_device,
-                       set_validation});
+const Backend backend(PlatformMTL, {[]() { return 3u; }, create_offscreen, create_surface, create_device,
+                                    create_surface_device, set_validation});
 
 } // namespace
 

@@ -533,7 +533,8 @@ TEST(Json, children) {
     root.removeChild(0u);
     EXPECT_EQ(save(root), "{\"a\":null}");
     EXPECT_ASSERTION(list->setParent(item), "json != this && \"Json::setParent(): invalid parent\"");
-    EXPECT_ASSERTION(root.removeChild(list), "child && child->parent == this && \"Json::removeChild(): invalid child\"");
+    EXPECT_ASSERTION(root.removeChild(list),
+                     "child && child->parent == this && \"Json::removeChild(): invalid child\"");
     EXPECT_ASSERTION(root.removeChild(5u), "index < children.size() && \"Json::removeChild(): invalid index\"");
     delete list;
     root.releaseChildren();

@@ -51,7 +51,7 @@ struct Compiler::Qualifiers {
     SmallMap modes;           // execution modes
     Packing packing = PackingStd430;
     bool has_packing = false;
-    uint32_t record = ~0u; // storage class that the layout gives to a block
+    uint32_t record = ~0u;  // storage class that the layout gives to a block
     bool execution = false; // the whole statement was an execution qualifier
 };
 

@@ -299,9 +299,8 @@ Device *create_surface_device(Surface *surface) {
     return nullptr;
 }
 
-const Backend backend(PlatformVK,
-                      {get_num_adapters, create_offscreen, create_surface, create_device, create_surface_device,
-                       VK::setValidation});
+const Backend backend(PlatformVK, {get_num_adapters, create_offscreen, create_surface, create_device,
+                                   create_surface_device, VK::setValidation});
 
 } // namespace
 

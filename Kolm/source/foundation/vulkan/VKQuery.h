@@ -13,7 +13,8 @@ namespace Kolm {
 class VKBuffer;
 
 /// May be begun on any context of its adapter, inside and outside of targets. A count that is open when a command buffer
-/// ends, or a pass begins or ends, goes on behind that with another result; values are sums. Work of command devices is not counted.
+/// ends, or a pass begins or ends, goes on behind that with another result; values are sums. Work that a command device
+/// recorded is counted by queries of that device alone.
 class VKQuery : public Query, private VKContext::Listener {
 public:
     explicit VKQuery(VKContext *context);

@@ -90,19 +90,14 @@ bool VKTarget::create_surface() {
     }
     const uint32_t num = key.num_colors + (key.depth.format ? 1 : 0);
 
-    // The owner's own pass serves what it was made for.
-    const bool is_default = (targets[0].operation == OpNone && depth_operation == OpNone);
-    if(vk_surface->getFramebuffer() && (vk_surface->getRenderPass() == VK_NULL_HANDLE || !is_default)) {
-        if(is_owner) clear_target();
-        framebuffer = vk_surface->getFramebuffer();
-        is_owner = false;
-        return create_pass();
-    }
     if(vk_surface->getFramebuffer()) {
         if(is_owner) clear_target();
         framebuffer = vk_surface->getFramebuffer();
-        render_pass = vk_surface->getRenderPass();
         is_owner = false;
+        // The owner's own pass serves what it was made for.
+        const bool is_default = (targets[0].operation == OpNone && depth_operation == OpNone);
+        if(!is_default || vk_surface->getRenderPass() == VK_NULL_HANDLE) return create_pass();
+        render_pass = vk_surface->getRenderPass();
         return true;
     }
     for(uint32_t i = 0; i < num; i++) {
