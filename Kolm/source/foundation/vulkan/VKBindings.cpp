@@ -3,6 +3,7 @@
 #include "KolmLog.h"
 #include "VKLayouts.h"
 #include "VKShader.h"
+#include "VKTable.h"
 
 namespace Kolm {
 
@@ -110,16 +111,13 @@ VkDescriptorSetLayout VKBindings::get_layout(const Parameters &parameters, SetTy
 VkDescriptorSetLayout VKBindings::get_table_layout(const Parameters &parameters, uint32_t index) const {
     const Parameters::TableType type = parameters.getTableType(index);
     KOLM_ASSERT(type < Parameters::NumTableTypes && "VKKernel::get_table_layout(): unknown table type");
-    const VkPhysicalDeviceDescriptorIndexingFeatures &features = adapter->getDescriptorIndexingFeatures();
-    const bool texture = (type == Parameters::TableTypeTexture);
-    const bool supported = texture ? features.descriptorBindingSampledImageUpdateAfterBind
-                                   : features.descriptorBindingStorageBufferUpdateAfterBind;
     // A table brings its set along, so its layout depends on the table alone.
-    const VKLayouts::Binding binding = {0,
-                                        texture ? VK_DESCRIPTOR_TYPE_SAMPLED_IMAGE : VK_DESCRIPTOR_TYPE_STORAGE_BUFFER,
-                                        parameters.getTableSize(index), VK_SHADER_STAGE_ALL};
+    const VKLayouts::Binding binding =
+        VKTable::getBinding(type == Parameters::TableTypeTexture ? VK_DESCRIPTOR_TYPE_SAMPLED_IMAGE
+                                                                 : VK_DESCRIPTOR_TYPE_STORAGE_BUFFER,
+                            parameters.getTableSize(index));
     VkDescriptorSetLayout layout = VK_NULL_HANDLE;
-    if(supported && features.descriptorBindingPartiallyBound)
+    if(VKTable::isSupported(adapter, binding.type, binding.count))
         layout = VKLayouts::get(adapter->getIndex()).getSetLayout(adapter->getDevice(), &binding, 1, true);
     if(layout == VK_NULL_HANDLE) Log::printf(Log::Error, "%s::get_table_layout(): can't create table layout\n", name);
     return layout;

@@ -12,7 +12,7 @@ VKTable::~VKTable() {
     VKContext::release(context);
 }
 
-bool VKTable::is_supported(uint32_t size) const {
+bool VKTable::isSupported(const VKAdapter *adapter, VkDescriptorType type, uint32_t size) {
     const VkPhysicalDeviceDescriptorIndexingFeatures &features = adapter->getDescriptorIndexingFeatures();
     const VkPhysicalDeviceDescriptorIndexingProperties &limits = adapter->getDescriptorIndexingProperties();
     if(!features.descriptorBindingPartiallyBound || size > limits.maxUpdateAfterBindDescriptorsInAllPools) return false;
@@ -26,7 +26,7 @@ bool VKTable::is_supported(uint32_t size) const {
 }
 
 bool VKTable::check(const char *name, uint32_t size) const {
-    if(is_supported(size)) return true;
+    if(isSupported(adapter, type, size)) return true;
     Log::printf(Log::Error, "%s::create(): can't create descriptor layout\n", name);
     return false;
 }

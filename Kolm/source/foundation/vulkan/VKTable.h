@@ -17,8 +17,9 @@ public:
     static VKLayouts::Binding getBinding(VkDescriptorType type, uint32_t size) {
         return {0, type, size, VK_SHADER_STAGE_ALL};
     }
-    /// Whether the device has tables of that many entries, before anything is allocated for them. \p name is the
-    /// table's class, for messages.
+    /// Whether the device has tables of that many entries.
+    static bool isSupported(const VKAdapter *adapter, VkDescriptorType type, uint32_t size);
+    /// The same with a line, before anything is allocated for a table. \p name is its class, for messages.
     bool check(const char *name, uint32_t size) const;
     bool create(const char *name, uint32_t size);
     void release();
@@ -32,8 +33,6 @@ public:
     VkWriteDescriptorSet getWrite(uint32_t index, uint32_t num) const;
 
 private:
-    bool is_supported(uint32_t size) const;
-
     VKAdapter *adapter = nullptr;
     VKContext *context = nullptr;
     VkDescriptorType type;
