@@ -3,10 +3,6 @@
 // Each loop runs flat over all data with no test inside that depends on the format; the variants are chosen once. The
 // plain loops are written so that compilers turn them into vector code, which needs their higher level here.
 
-#if defined(__GNUC__) && !defined(__clang__)
-#pragma GCC optimize("O3")
-#endif
-
 #include <math.h>
 
 #include "KolmColor.h"

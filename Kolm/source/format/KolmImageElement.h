@@ -52,6 +52,22 @@ template<class Type> struct Element {
     static Type encode(float32_t v) { return store(Real(fast_power(v, gamma_encode) * steps)); }
 };
 
+/// Rows of elements in linear light, alpha as it is.
+template<class Type, uint32_t Components> struct GammaRow {
+    static void decode(float32_t *dst, const Type *src, size_t size) {
+        for(size_t i = 0; i < size; i++) dst[i] = Element<Type>::decode(src[i]);
+        if constexpr(Components == 4) {
+            for(size_t i = 3; i < size; i += 4) dst[i] = float32_t(src[i]);
+        }
+    }
+    static void encode(Type *dst, const float32_t *src, size_t size) {
+        for(size_t i = 0; i < size; i++) dst[i] = Element<Type>::encode(src[i]);
+        if constexpr(Components == 4) {
+            for(size_t i = 3; i < size; i += 4) dst[i] = Element<Type>::store(typename Element<Type>::Real(src[i]));
+        }
+    }
+};
+
 /// Calls func(element, components) with an element of the row's type and its number of components as a constant.
 /// Returns false for rows that are not taken: halves, 64 bits, and all that is not plain.
 template<class Func> bool with_elements(Format format, Func func) {

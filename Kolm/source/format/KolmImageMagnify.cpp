@@ -2,10 +2,6 @@
 //
 // A source row is stretched along x once and kept for the target rows that need it; along y, whole rows are mixed.
 
-#if defined(__GNUC__) && !defined(__clang__)
-#pragma GCC optimize("O3")
-#endif
-
 #include <math.h>
 
 #include "KolmImageResize.h"

@@ -3,10 +3,6 @@
 // The rows of a footprint are joined element by element into one row, then its columns: flat loops over memory first,
 // and little work per target texel.
 
-#if defined(__GNUC__) && !defined(__clang__)
-#pragma GCC optimize("O3")
-#endif
-
 #include "KolmImageResize.h"
 #include "KolmImageTasks.h"
 
@@ -153,7 +149,7 @@ void extreme(ImagePlane dst, const ImagePlane &src, const ImageFootprints &x_pri
     });
 }
 
-// Colours are summed in linear light, alpha as it is.
+// Colours are summed in linear light, alpha as it is. Flat loops over rows between the sums along columns.
 template<class Type, uint32_t Components>
 void box_gamma(ImagePlane dst, const ImagePlane &src, const ImageFootprints &x_prints, const ImageFootprints &y_prints,
                Async *async) {
@@ -164,18 +160,12 @@ void box_gamma(ImagePlane dst, const ImagePlane &src, const ImageFootprints &x_p
         float32_t *linear = sums + size;
         for(uint32_t y = begin; y < end; y++) {
             const ImageFootprints::Item &rows = y_prints.items[y];
-            for(uint32_t i = 0; i < rows.size; i++) {
-                const Type *s = src.row<Type>(rows.begin + i);
-                for(size_t x = 0; x < size; x++) linear[x] = Element<Type>::decode(s[x]);
-                if constexpr(Components == 4) {
-                    for(size_t x = 3; x < size; x += 4) linear[x] = float32_t(s[x]);
-                }
-                if(i == 0)
-                    memcpy(sums, linear, size * sizeof(float32_t));
-                else
-                    for(size_t x = 0; x < size; x++) sums[x] += linear[x];
+            GammaRow<Type, Components>::decode(sums, src.row<Type>(rows.begin), size);
+            for(uint32_t i = 1; i < rows.size; i++) {
+                GammaRow<Type, Components>::decode(linear, src.row<Type>(rows.begin + i), size);
+                for(size_t x = 0; x < size; x++) sums[x] += linear[x];
             }
-            Type *d = reinterpret_cast<Type *>(dst.data + dst.stride * y);
+            float32_t *means = linear;
             for(const ImageFootprints::Item &item : x_prints.items) {
                 float64_t total[Components] = {};
                 const float32_t *s = sums + size_t(item.begin) * Components;
@@ -183,14 +173,10 @@ void box_gamma(ImagePlane dst, const ImagePlane &src, const ImageFootprints &x_p
                     for(uint32_t c = 0; c < Components; c++) total[c] += s[c];
                 }
                 const float64_t count = float64_t(item.size) * rows.size;
-                for(uint32_t c = 0; c < Components; c++) {
-                    if(c < 3)
-                        d[c] = Element<Type>::encode(float32_t(total[c] / count));
-                    else
-                        d[c] = Element<Type>::store(typename Element<Type>::Real(total[c] / count));
-                }
-                d += Components;
+                for(uint32_t c = 0; c < Components; c++) *means++ = float32_t(total[c] / count);
             }
+            GammaRow<Type, Components>::encode(reinterpret_cast<Type *>(dst.data + dst.stride * y), linear,
+                                               dst.width * Components);
         }
     });
 }

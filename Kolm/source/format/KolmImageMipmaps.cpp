@@ -1,9 +1,5 @@
 // Image::getMipmapped: each level from the one above, by 2x2 texels, in 3D by 2x2x2.
 
-#if defined(__GNUC__) && !defined(__clang__)
-#pragma GCC optimize("O3")
-#endif
-
 #include "KolmImage.h"
 #include "KolmImageElement.h"
 #include "KolmImageTasks.h"

@@ -3,15 +3,12 @@
 // Bytes are weighted in fixed point, where the weights sum exactly to one; other elements as differences to the middle
 // of the footprint. Both ways a constant stays what it is although results are cut.
 
-#if defined(__GNUC__) && !defined(__clang__)
-#pragma GCC optimize("O3")
-#endif
-
 #include <math.h>
 
 #include "KolmImageResize.h"
 #include "KolmImageTasks.h"
 #include "KolmImageWeigh.h"
+#include "KolmLanes.h"
 
 namespace Kolm {
 
@@ -38,7 +35,15 @@ struct SincTaps {
         uint32_t offset; // of its weights
     };
     Array<Item> items;
+    /// Weights of all items as the numbers that sums are made of.
+    template<class Real> const Real *get() const {
+        if constexpr(std::is_same_v<Real, float32_t>)
+            return singles.get();
+        else
+            return weights.get();
+    }
     Array<float64_t> weights;
+    Array<float32_t> singles; // the same
     uint32_t max_size = 0;
     bool is_fixed = true; // fixed weights fit
     Array<int16_t> fixed; // 14 bits; an even number for each item, the odd one 0
@@ -83,6 +88,8 @@ SincTaps::SincTaps(uint32_t src_size, uint32_t dst_size) {
         }
     }
     if(max_size > max_fixed_taps) is_fixed = false;
+    singles.resize(weights.size());
+    for(uint32_t i = 0; i < weights.size(); i++) singles[i] = float32_t(weights[i]);
 }
 
 // Bytes. Four lanes for each pixel of the row between, so that a pixel is one vector.
@@ -121,39 +128,44 @@ void sinc_bytes(ImagePlane dst, const ImagePlane &src, const SincTaps &x_taps, c
     });
 }
 
-// Row of elements that are weighted as they are.
-template<class Type, uint32_t Components> struct PlainRow {
-    using Row = Type;
-    using Real = typename Element<Type>::Real;
-    static Type store(Real v, uint32_t) { return Element<Type>::store(v); }
-};
-// Row of elements in linear light, alpha as it is.
-template<class Type, uint32_t Components> struct GammaRow {
-    using Row = float32_t;
-    using Real = float32_t;
-    static Type store(Real v, uint32_t component) {
-        return (component < 3) ? Element<Type>::encode(v) : Element<Type>::store(typename Element<Type>::Real(v));
-    }
-    static void decode(float32_t *dst, const Type *src, size_t size) {
-        for(size_t i = 0; i < size; i++) dst[i] = Element<Type>::decode(src[i]);
-        if constexpr(Components == 4) {
-            for(size_t i = 3; i < size; i += 4) dst[i] = float32_t(src[i]);
-        }
-    }
-};
+template<class Real, class Row>
+void add_weighted(Real *__restrict sums, const Row *__restrict row, const Row *__restrict base, Real weight,
+                  uint32_t size) {
+    for(size_t i = 0; i < size; i++) sums[i] += (Real(row[i]) - Real(base[i])) * weight;
+}
 
-template<template<class, uint32_t> class Policy, class Type, uint32_t Components>
+// Weighted sum of pixels.
+template<uint32_t Components, class Real>
+inline void weigh_columns(Real *dst, const Real *row, const Real *weights, uint32_t size, uint32_t center) {
+    if constexpr(Components == 4 && std::is_same_v<Real, float32_t>) {
+        const float32x4_t base = float32x4_t::load(row + size_t(center) * 4);
+        float32x4_t sum(0.0f);
+        for(uint32_t k = 0; k < size; k++) sum += (float32x4_t::load(row + size_t(k) * 4) - base) * weights[k];
+        (base + sum).store(dst);
+    } else {
+        const Real *base = row + size_t(center) * Components;
+        Real sums[Components] = {};
+        for(uint32_t k = 0; k < size; k++) {
+            for(uint32_t c = 0; c < Components; c++) sums[c] += (row[k * Components + c] - base[c]) * weights[k];
+        }
+        for(uint32_t c = 0; c < Components; c++) dst[c] = base[c] + sums[c];
+    }
+}
+
+// Elements are weighted as they are, or decoded to linear light and encoded again with \p Gamma.
+template<bool Gamma, class Type, uint32_t Components>
 void sinc(ImagePlane dst, const ImagePlane &src, const SincTaps &x_taps, const SincTaps &y_taps, Async *async) {
-    using Convert = Policy<Type, Components>;
-    using Row = typename Convert::Row;
-    using Real = typename Convert::Real;
-    constexpr bool plain = std::is_same_v<Row, Type>;
-    run_rows(async, dst.height, band_rows, [&](uint32_t begin, uint32_t end) {
+    using Row = std::conditional_t<Gamma, float32_t, Type>;
+    using Real = std::conditional_t<Gamma, float32_t, typename Element<Type>::Real>;
+    // Rows of one band that are decoded serve all of it, so bands are long without tasks.
+    run_rows(async, dst.height, (Gamma && !async) ? dst.height : band_rows, [&](uint32_t begin, uint32_t end) {
         const uint32_t size = src.width * Components;
-        Array<Real> buffer(size);
+        const uint32_t dst_size = dst.width * Components;
+        Array<Real> buffer(size + dst_size);
         Real *row = buffer.get();
+        Real *values = row + size;
         // Decoded rows are kept as long as the next target rows may want them: slot by row number.
-        const uint32_t slots = plain ? 0 : y_taps.max_size;
+        const uint32_t slots = Gamma ? y_taps.max_size : 0;
         Array<Array<float32_t>> ring(slots);
         Array<uint32_t> numbers(slots);
         for(uint32_t &number : numbers) number = ~0u;
@@ -163,42 +175,37 @@ void sinc(ImagePlane dst, const ImagePlane &src, const SincTaps &x_taps, const S
             const SincTaps::Item &item = y_taps.items[y];
             for(uint32_t k = 0; k < item.size; k++) {
                 const uint32_t number = item.begin + k;
-                if constexpr(plain) {
-                    rows[k] = src.row<Type>(number);
-                } else {
+                if constexpr(Gamma) {
                     const uint32_t slot = number % slots;
                     if(numbers[slot] != number) {
                         numbers[slot] = number;
                         ring[slot].resize(size);
-                        Convert::decode(ring[slot].get(), src.row<Type>(number), size);
+                        GammaRow<Type, Components>::decode(ring[slot].get(), src.row<Type>(number), size);
                     }
                     rows[k] = ring[slot].get();
+                } else {
+                    rows[k] = src.row<Type>(number);
                 }
             }
-            const float64_t *w = y_taps.weights.get() + item.offset;
+            const Real *weights = y_taps.get<Real>() + item.offset;
             constexpr uint32_t block = 256; // elements whose sums stay in the nearest cache
             for(uint32_t x = 0; x < size; x += block) {
                 const uint32_t n = min(block, size - x);
                 const Row *base = rows[item.center] + x;
                 Real sums[block] = {};
-                for(uint32_t k = 0; k < item.size; k++) {
-                    const Row *s = rows[k] + x;
-                    const Real weight = Real(w[k]);
-                    for(size_t i = 0; i < n; i++) sums[i] += (Real(s[i]) - Real(base[i])) * weight;
-                }
+                for(uint32_t k = 0; k < item.size; k++) add_weighted(sums, rows[k] + x, base, weights[k], n);
                 for(size_t i = 0; i < n; i++) row[x + i] = Real(base[i]) + sums[i];
             }
-            Type *d = reinterpret_cast<Type *>(dst.data + dst.stride * y);
-            for(uint32_t x = 0; x < dst.width; x++, d += Components) {
+            for(uint32_t x = 0; x < dst.width; x++) {
                 const SincTaps::Item &taps = x_taps.items[x];
-                const float64_t *weights = x_taps.weights.get() + taps.offset;
-                const Real *s = row + size_t(taps.begin) * Components;
-                const Real *base = s + size_t(taps.center) * Components;
-                Real sums[Components] = {};
-                for(uint32_t k = 0; k < taps.size; k++, s += Components) {
-                    for(uint32_t c = 0; c < Components; c++) sums[c] += (s[c] - base[c]) * Real(weights[k]);
-                }
-                for(uint32_t c = 0; c < Components; c++) d[c] = Convert::store(base[c] + sums[c], c);
+                weigh_columns<Components>(values + size_t(x) * Components, row + size_t(taps.begin) * Components,
+                                          x_taps.get<Real>() + taps.offset, taps.size, taps.center);
+            }
+            Type *d = reinterpret_cast<Type *>(dst.data + dst.stride * y);
+            if constexpr(Gamma) {
+                GammaRow<Type, Components>::encode(d, values, dst_size);
+            } else {
+                for(size_t i = 0; i < dst_size; i++) d[i] = Element<Type>::store(values[i]);
             }
         }
     });
@@ -211,11 +218,11 @@ void resize_sinc(ImagePlane dst, const ImagePlane &src, Format format, bool gamm
     const SincTaps y_taps(src.height, dst.height);
     with_elements(format, [&](auto element, auto components) {
         using Type = decltype(element);
-        if(gamma) return sinc<GammaRow, Type, components>(dst, src, x_taps, y_taps, async);
+        if(gamma) return sinc<true, Type, components>(dst, src, x_taps, y_taps, async);
         if constexpr(sizeof(Type) == 1) {
             if(x_taps.is_fixed && y_taps.is_fixed) return sinc_bytes<Type, components>(dst, src, x_taps, y_taps, async);
         }
-        sinc<PlainRow, Type, components>(dst, src, x_taps, y_taps, async);
+        sinc<false, Type, components>(dst, src, x_taps, y_taps, async);
     });
 }
 
