@@ -16,6 +16,7 @@
 #include <libyuv/scale_argb.h>
 #endif
 
+#include <cstdio>
 #include <cstring>
 #include <vector>
 
@@ -64,6 +65,28 @@ void against_libyuv(benchmark::State &state, Image::Filter filter, libyuv::Filte
         });
 }
 #endif
+
+// The peer runs in a Python of its own and tells its best time, which is set beside ours.
+void against_pillow(benchmark::State &state, Image::Filter filter, const char *peer, Size from, Size to) {
+    char command[512];
+    std::snprintf(command, sizeof(command),
+                  "/usr/bin/python3 -c \"import os, time; from PIL import Image\n"
+                  "i = Image.frombytes('RGBX', (%u, %u), os.urandom(%u * %u * 4))\n"
+                  "def t():\n s = time.perf_counter(); i.resize((%u, %u), Image.%s); return time.perf_counter() - s\n"
+                  "print(min(t() for _ in range(7)))\" 2>/dev/null",
+                  from.width, from.height, from.width, from.height, to.width, to.height, peer);
+    double peer_time = 0.0;
+    if(FILE *pipe = popen(command, "r")) {
+        if(std::fscanf(pipe, "%lf", &peer_time) != 1) peer_time = 0.0;
+        pclose(pipe);
+    }
+    if(!(peer_time > 0.0)) return state.SkipWithError("Python with Pillow is not there");
+    const Image image = make_image(FormatRGBAu8n, from.width, from.height);
+    measure(state, "ours_per_s", 1.0,
+            [&] { benchmark::DoNotOptimize(image.getResized(to, filter, filter).getData()); });
+    state.counters["ratio"] = 1.0 / state.counters["ours_per_s"] / peer_time;
+    state.counters["peer_us"] = peer_time * 1e6;
+}
 
 void against_async(benchmark::State &state, Image::Filter filter, Image::Flags flags, Size from, Size to) {
     const Image image = make_image(FormatRGBAu8n, from.width, from.height);
@@ -133,6 +156,9 @@ ROW(against_stb, box_4096_1024, Image::FilterBox, STBIR_FILTER_BOX, large, middl
 ROW(against_stb, cubic_1024_4096, Image::FilterCubic, STBIR_FILTER_CATMULLROM, middle, large);
 ROW(against_stb, sinc_4k_1080p_to_cubic, Image::FilterSinc, STBIR_FILTER_CATMULLROM, uhd, hd);
 #endif
+ROW(against_pillow, box_4096_1024, Image::FilterBox, "BOX", large, middle);
+ROW(against_pillow, sinc_4096_1024_to_lanczos3, Image::FilterSinc, "LANCZOS", large, middle);
+ROW(against_pillow, cubic_1024_4096, Image::FilterCubic, "BICUBIC", middle, large);
 ROW(against_memory, point, FormatRGBAu8n, Image::FilterPoint, uhd, hd);
 ROW(against_memory, box, FormatRGBAu8n, Image::FilterBox, uhd, hd);
 ROW(against_memory, max, FormatRGBAu8n, Image::FilterMax, uhd, hd);
