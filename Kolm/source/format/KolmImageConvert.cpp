@@ -109,14 +109,18 @@ public:
             bits = lo;
         }
         steps[0] = 0.0f;
-        for(uint32_t i = 0; i < num_ranges; i++)
+        steps[256] = bitsToFloat(infinity_bits);
+        for(uint32_t i = 0; i <= num_ranges; i++)
             codes[i] = encode_srgb_exact<uint8_t>(bitsToFloat(first_bits + (i << shift)));
     }
+    /// Clamped as integers, which positive floats compare as; a NaN is 0.
     uint8_t get(float32_t x) const {
-        if(!(x >= bitsToFloat(first_bits))) return 0;
-        if(x >= 1.0f) return 255;
-        const uint32_t code = codes[(floatToBits(x) - first_bits) >> shift];
-        return uint8_t(code + (x >= steps[code + 1]));
+        int32_t bits = int32_t(floatToBits(x));
+        bits &= -int32_t(bits <= int32_t(infinity_bits));
+        bits = (bits > int32_t(first_bits)) ? bits : int32_t(first_bits);
+        bits = (bits < int32_t(one_bits)) ? bits : int32_t(one_bits);
+        const uint32_t code = codes[(uint32_t(bits) - first_bits) >> shift];
+        return uint8_t(code + (bitsToFloat(uint32_t(bits)) >= steps[code + 1]));
     }
     static const EncoderSRGB &get_encoder() {
         static const EncoderSRGB encoder;
@@ -125,11 +129,12 @@ public:
 
 private:
     static constexpr uint32_t one_bits = 0x3F800000;
+    static constexpr uint32_t infinity_bits = 0x7F800000;
     static constexpr uint32_t first_bits = one_bits - (12u << 23);
     static constexpr uint32_t shift = 16;
     static constexpr uint32_t num_ranges = (one_bits - first_bits) >> shift;
-    float32_t steps[256];
-    uint8_t codes[num_ranges];
+    float32_t steps[257];
+    uint8_t codes[num_ranges + 1]; // the last one is that of 1
 };
 
 /*
@@ -161,6 +166,19 @@ void convert_pixels(Dst *dst, const Src *src, size_t size, uint32_t components, 
         convert_pixels<3>(dst, src, size, color, alpha);
     else
         convert_all(dst, src, size, color);
+}
+
+// The same where it is less work to take component 3 through both: flat loops over pieces that stay in the nearest cache.
+template<class Dst, class Src, class Color, class Alpha>
+void convert_flat(Dst *dst, const Src *src, size_t size, uint32_t components, Color color, Alpha alpha) {
+    constexpr size_t piece = 1024;
+    for(size_t begin = 0; begin < size; begin += piece) {
+        const size_t end = min(begin + piece, size);
+        for(size_t i = begin; i < end; i++) dst[i] = color(src[i]);
+        if(components == 4) {
+            for(size_t i = begin + 3; i < end; i += 4) dst[i] = alpha(src[i]);
+        }
+    }
 }
 
 // Bytes are few enough for a table of all results.
@@ -230,7 +248,10 @@ void convert_to_floats(Dst *dst, const Src *src, Format src_format, size_t size,
     } else if((flags & Image::FlagGamma) && norm) {
         const auto color = [](Src v) { return store<Dst>(fast_power(load(v) * unpack_scale<Src>, gamma_decode)); };
         const auto alpha = [](Src v) { return store<Dst>(load(v) * unpack_scale<Src>); };
-        convert_pixels(dst, src, size, components, color, alpha);
+        if constexpr(sizeof(Src) == 1)
+            convert_table(dst, src, size, components, color, unpack_8);
+        else
+            convert_flat(dst, src, size, components, color, alpha);
     } else {
         const float32_t scale = norm ? unpack_scale<Src> : 1.0f;
         convert_all(dst, src, size, [scale](Src v) { return store<Dst>(load(v) * scale); });
@@ -279,7 +300,7 @@ void convert_from_floats(Dst *dst, Format dst_format, const Src *src, size_t siz
                 [range, unit](Src v) { return encode_srgb_exact<Dst>((load(v) + range.bias) * unit); }, alpha);
         }
     } else if(norm && (flags & Image::FlagGamma)) {
-        convert_pixels(
+        convert_flat(
             dst, src, size, components,
             [range, unit](Src v) {
                 return store<Dst>(fast_power((load(v) + range.bias) * unit, gamma_encode) * steps);
