@@ -36,6 +36,10 @@ protected:
     void allowLog(const std::string &text) { allowed.push_back(text); }
     /// Lines since the start of the test that hold \p text.
     size_t countLog(const std::string &text) const;
+    /// Takes the warnings and errors that came so far, whose judgement is the test's then.
+    std::vector<std::string> takeLog();
+    /// Lets go of the device and makes another one, for what is seen by the next opening of Vulkan only.
+    void reopen();
 
     /// Buffer of \p flags with the words.
     BufferPtr createBuffer(Kolm::Buffer::Flags flags, const std::vector<uint32_t> &words);

@@ -86,6 +86,27 @@ size_t GpuTest::countLog(const std::string &text) const {
     return num;
 }
 
+std::vector<std::string> GpuTest::takeLog() {
+    std::lock_guard<std::mutex> guard(mutex);
+    std::vector<std::string> texts;
+    for(const Line &line : lines) {
+        bool known = (line.level > Log::Warning);
+        for(const std::string &text : allowed) known |= (line.text.find(text) != std::string::npos);
+        if(!known) texts.push_back(line.text);
+    }
+    lines.clear();
+    return texts;
+}
+
+void GpuTest::reopen() {
+    device.reset();
+    offscreen.reset();
+    ASSERT_FALSE(VK::isOpened()) << "an object of the test holds its context";
+    offscreen.reset(new VKOffscreen());
+    ASSERT_TRUE(offscreen->create());
+    device.reset(new VKDevice(offscreen.get()));
+}
+
 GpuTest::BufferPtr GpuTest::createBuffer(Buffer::Flags flags, const std::vector<uint32_t> &words) {
     return BufferPtr(device->createBuffer(flags, words.data(), words.size() * sizeof(uint32_t)));
 }

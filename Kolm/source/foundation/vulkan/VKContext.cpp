@@ -165,6 +165,23 @@ uint8_t *VKContext::getTransientData(VkBuffer buffer, uint64_t offset) const {
     return nullptr;
 }
 
+// The device is lost: nothing runs any more, and nothing of it is waited for. What the frame holds goes, and commands
+// may be recorded that never run, so that an application that takes no notice does no harm.
+bool VKContext::drop() {
+    {
+        AtomicLock atomic(*queue_lock);
+        adapter->error(adapter->vkQueueWaitIdle(queue));
+    }
+    notify(EventFlip);
+    idle_epoch = epoch;
+    frame->submitted = false;
+    frame->reset(true);
+    recycle_buffers();
+    recycle_queries();
+    notify(EventBegin);
+    return false;
+}
+
 bool VKContext::submit(VkQueue submit_queue, VkFence fence) {
     notify(EventCommand);
     return frame->submit(submit_queue ? submit_queue : queue, *queue_lock, fence ? fence : frame->fence);
@@ -172,19 +189,14 @@ bool VKContext::submit(VkQueue submit_queue, VkFence fence) {
 
 bool VKContext::flip(bool submit, bool reset) {
     notify(EventCommand);
+    if(adapter->isLost()) return drop();
     notify(EventFlip);
-    if(submit && !frame->submit(queue, *queue_lock, frame->fence)) {
-        Log::printf(Log::Error, "VKContext::flip(): can't submit frame\n");
-        return false;
-    }
+    if(submit && !frame->submit(queue, *queue_lock, frame->fence)) return drop();
     frame->epoch = epoch;
     index = (index + 1) % frames.size();
     frame = frames[index];
     if(frame->submitted) {
-        if(!frame->wait()) {
-            Log::printf(Log::Error, "VKContext::flip(): can't wait frame\n");
-            return false;
-        }
+        if(!frame->wait()) return drop();
         idle_epoch = max(idle_epoch, frame->epoch);
     }
     if(!frame->reset(reset)) {
@@ -201,19 +213,17 @@ bool VKContext::flush(bool wait, VkFence fence) {
     KOLM_ASSERT(frame->command_index < MaxFlushes && "VKContext::flush(): too many commands in the frame");
     KOLM_ASSERT(primary && "VKContext::flush(): context is not primary");
     notify(EventCommand);
-    if(VK::error(adapter->vkEndCommandBuffer(getCommand()))) {
-        Log::printf(Log::Error, "VKContext::flush(): can't end command buffer\n");
-        return false;
-    }
+    if(adapter->isLost()) return drop();
     const VkFence submit_fence = (wait && !fence) ? frame->fence : fence;
-    if(!frame->submit_command(queue, *queue_lock, submit_fence)) {
-        Log::printf(Log::Error, "VKContext::flush(): can't submit command buffer\n");
-        return false;
-    }
+    if(!frame->submit(queue, *queue_lock, submit_fence)) return drop();
+    frame->submitted = false; // the fence is for the last command buffer
     if(wait) {
         const bool own = (submit_fence == frame->fence);
-        if(adapter->error(adapter->vkWaitForFences(device, 1, &submit_fence, VK_TRUE, ~0ull))) return false;
-        if(own && adapter->error(adapter->vkResetFences(device, 1, &submit_fence))) return false;
+        if(adapter->error(adapter->vkWaitForFences(device, 1, &submit_fence, VK_TRUE, ~0ull)) ||
+           (own && adapter->error(adapter->vkResetFences(device, 1, &submit_fence)))) {
+            adapter->setLost();
+            return drop();
+        }
     }
     frame->command_index++;
     if(!frame->begin_command()) {
@@ -227,28 +237,17 @@ bool VKContext::flush(bool wait, VkFence fence) {
 bool VKContext::finish(bool submit, bool reset) {
     (void)reset; // queries start anew with the frame
     if(submit) notify(EventCommand);
-    if(frame->submitted && !frame->wait()) {
-        Log::printf(Log::Error, "VKContext::finish(): can't wait frame\n");
-        return false;
-    }
-    if(submit && primary) {
-        if(!frame->submit(queue, *queue_lock, frame->fence)) {
-            Log::printf(Log::Error, "VKContext::finish(): can't submit frame\n");
-            return false;
-        }
-        if(!frame->wait()) {
-            Log::printf(Log::Error, "VKContext::finish(): can't wait frame\n");
-            return false;
-        }
-    }
+    if(adapter->isLost()) return submit ? drop() : false;
+    if(frame->submitted && !frame->wait()) return drop();
+    if(submit && primary && (!frame->submit(queue, *queue_lock, frame->fence) || !frame->wait())) return drop();
     VkResult result = VK_SUCCESS;
     {
         AtomicLock atomic(*queue_lock);
         result = adapter->vkQueueWaitIdle(queue);
     }
     if(adapter->error(result)) {
-        Log::printf(Log::Error, "VKContext::finish(): can't wait idle\n");
-        return false;
+        adapter->setLost();
+        return drop();
     }
     if(submit && primary) {
         idle_epoch = epoch;
@@ -519,6 +518,7 @@ bool VKContext::Frame::create(VKAdapter *a, uint32_t family, VkCommandBufferLeve
     const auto fence_info = vk_record<VkFenceCreateInfo>(VK_STRUCTURE_TYPE_FENCE_CREATE_INFO);
     if(VK::error(vkCreateFence(device, &fence_info, nullptr, &fence))) {
         Log::printf(Log::Error, "VKContext::Frame::create(): can't create command fence\n");
+        fence = VK_NULL_HANDLE;
         return false;
     }
     auto pool_info = vk_record<VkCommandPoolCreateInfo>(VK_STRUCTURE_TYPE_COMMAND_POOL_CREATE_INFO);
@@ -526,6 +526,7 @@ bool VKContext::Frame::create(VKAdapter *a, uint32_t family, VkCommandBufferLeve
     pool_info.queueFamilyIndex = family;
     if(VK::error(vkCreateCommandPool(device, &pool_info, nullptr, &pool))) {
         Log::printf(Log::Error, "VKContext::Frame::create(): can't create command pool\n");
+        pool = VK_NULL_HANDLE;
         return false;
     }
     auto info = vk_record<VkCommandBufferAllocateInfo>(VK_STRUCTURE_TYPE_COMMAND_BUFFER_ALLOCATE_INFO);
@@ -590,13 +591,16 @@ bool VKContext::Frame::submit_command(VkQueue queue, SpinLock &lock, VkFence sub
     return true;
 }
 
+// Whatever the reason, what was recorded is gone, and the layouts and accesses that it would have left are unknown: a
+// device that can't submit counts as lost.
 bool VKContext::Frame::submit(VkQueue queue, SpinLock &lock, VkFence submit_fence) {
-    if(primary && VK::error(adapter->vkEndCommandBuffer(commands[command_index]))) {
-        Log::printf(Log::Error, "VKContext::Frame::submit(): can't end command buffer\n");
-        return false;
-    }
-    if(!submit_command(queue, lock, submit_fence)) {
-        Log::printf(Log::Error, "VKContext::Frame::submit(): can't submit command buffer\n");
+    const bool is_ended = !primary || !adapter->error(adapter->vkEndCommandBuffer(commands[command_index]));
+    if(!is_ended || !submit_command(queue, lock, submit_fence)) {
+        if(!adapter->isLost()) {
+            Log::printf(Log::Error, "VKContext::Frame::submit(): can't %s command buffer\n",
+                        is_ended ? "submit" : "end");
+        }
+        adapter->setLost();
         return false;
     }
     submitted = (submit_fence == fence);
@@ -605,12 +609,12 @@ bool VKContext::Frame::submit(VkQueue queue, SpinLock &lock, VkFence submit_fenc
 
 bool VKContext::Frame::wait() {
     submitted = false;
-    if(adapter->error(adapter->vkWaitForFences(device, 1, &fence, VK_TRUE, ~0ull)) ||
-       adapter->error(adapter->vkResetFences(device, 1, &fence))) {
-        Log::printf(Log::Error, "VKContext::Frame::wait(): can't wait for fence\n");
-        return false;
-    }
-    return true;
+    if(!adapter->error(adapter->vkWaitForFences(device, 1, &fence, VK_TRUE, ~0ull)) &&
+       !adapter->error(adapter->vkResetFences(device, 1, &fence)))
+        return true;
+    if(!adapter->isLost()) Log::printf(Log::Error, "VKContext::Frame::wait(): can't wait for fence\n");
+    adapter->setLost();
+    return false;
 }
 
 bool VKContext::Frame::reset(bool begin) {

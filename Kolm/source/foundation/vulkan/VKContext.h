@@ -350,6 +350,7 @@ private:
     };
 
     void destroy();
+    bool drop();
     bool reserve_buffers(TransientType type, uint64_t size);
     void release_buffers(TransientType type);
     Transient get_buffer(TransientType type, uint64_t alignment, uint64_t size);

@@ -82,7 +82,7 @@ bool VKContext::getQueryValues(const QueryResult &result, uint64_t *values) cons
     const size_t size = getNumQueryValues(result.type) * sizeof(uint64_t);
     const VkResult status =
         vkGetQueryPoolResults(device, result.pool, result.index, 1, size, values, size, VK_QUERY_RESULT_64_BIT);
-    return (status != VK_NOT_READY && !VK::error(status));
+    return (status != VK_NOT_READY && !adapter->error(status));
 }
 
 } // namespace Kolm

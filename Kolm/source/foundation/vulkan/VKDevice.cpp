@@ -35,11 +35,11 @@ bool VKDevice::hasShader(Shader::Type) const { return true; }
 
 const Device::Features &VKDevice::getFeatures() const {
     Features &features = get_features(adapter_index);
-    const VkPhysicalDeviceProperties &properties = adapter->getProperties();
-    // Vulkan may have been closed and opened with other devices since the record was filled.
-    if(!features.initialized || features.vendorID != properties.vendorID || features.deviceID != properties.deviceID) {
+    // Vulkan may have been closed and opened since the record was filled, with other devices or other wishes.
+    if(!features.initialized || !adapter->has_device_features) {
         load_features(features, *adapter);
         features.initialized = true;
+        adapter->has_device_features = true;
     }
     return features;
 }
@@ -67,7 +67,8 @@ void VKDevice::load_features(Features &f, const VKAdapter &adapter) {
     f.baseInstanceIndex = true;
     f.vertexStorage = true;
     f.drawIndirectIndex = adapter.has_shader_draw_parameters;
-    f.drawIndirectCount = adapter.has_draw_indirect_count && limits.maxDrawIndirectCount >= 2;
+    f.drawIndirectCount =
+        adapter.has_draw_indirect_count && core.multiDrawIndirect && limits.maxDrawIndirectCount >= 2;
     f.taskIndirectCount = adapter.has_mesh_shader_ext;
     f.vertexIndexLayer = adapter.has_shader_viewport_index_layer_ext || adapter.has_viewport_array2_nv;
     f.geometryPassthrough = adapter.has_geometry_shader_passthrough_nv;

@@ -1,5 +1,7 @@
 #include "VKPasses.h"
 
+#include "KolmLog.h"
+
 namespace Kolm {
 
 VKPasses &VKPasses::get(uint32_t adapter_index) {
@@ -73,6 +75,47 @@ bool has_stencil(VkFormat format) {
            format == VK_FORMAT_D24_UNORM_S8_UINT || format == VK_FORMAT_D32_SFLOAT_S8_UINT;
 }
 
+// The same with the records of Vulkan 1.0. The chain of the subpass, which has a use for depth that is resolved, has no
+// place there.
+VkRenderPass create_first_pass(const VKAdapter *adapter, const VkRenderPassCreateInfo2 &info2) {
+    VkAttachmentDescription attachments[Description::MaxAttachments];
+    for(uint32_t i = 0; i < info2.attachmentCount; i++) {
+        const VkAttachmentDescription2 &src = info2.pAttachments[i];
+        attachments[i] = {src.flags,         src.format,         src.samples,       src.loadOp,     src.storeOp,
+                          src.stencilLoadOp, src.stencilStoreOp, src.initialLayout, src.finalLayout};
+    }
+    const VkSubpassDescription2 &subpass2 = info2.pSubpasses[0];
+    VkAttachmentReference references[Target::NumTargets * 2 + 1];
+    uint32_t num_references = 0;
+    const auto convert = [&](const VkAttachmentReference2 *src, uint32_t num) -> const VkAttachmentReference * {
+        const VkAttachmentReference *first = references + num_references;
+        for(uint32_t i = 0; src && i < num; i++) references[num_references++] = {src[i].attachment, src[i].layout};
+        return src ? first : nullptr;
+    };
+    VkSubpassDescription subpass = {};
+    subpass.pipelineBindPoint = subpass2.pipelineBindPoint;
+    subpass.colorAttachmentCount = subpass2.colorAttachmentCount;
+    subpass.pColorAttachments = convert(subpass2.pColorAttachments, subpass2.colorAttachmentCount);
+    subpass.pResolveAttachments = convert(subpass2.pResolveAttachments, subpass2.colorAttachmentCount);
+    subpass.pDepthStencilAttachment = convert(subpass2.pDepthStencilAttachment, 1);
+    VkSubpassDependency dependencies[2];
+    for(uint32_t i = 0; i < info2.dependencyCount; i++) {
+        const VkSubpassDependency2 &src = info2.pDependencies[i];
+        dependencies[i] = {src.srcSubpass,    src.dstSubpass,    src.srcStageMask,   src.dstStageMask,
+                           src.srcAccessMask, src.dstAccessMask, src.dependencyFlags};
+    }
+    auto info = vk_record<VkRenderPassCreateInfo>(VK_STRUCTURE_TYPE_RENDER_PASS_CREATE_INFO);
+    info.attachmentCount = info2.attachmentCount;
+    info.pAttachments = attachments;
+    info.subpassCount = 1;
+    info.pSubpasses = &subpass;
+    info.dependencyCount = info2.dependencyCount;
+    info.pDependencies = dependencies;
+    VkRenderPass pass = VK_NULL_HANDLE;
+    return VK::error(vkCreateRenderPass(adapter->getDevice(), &info, nullptr, &pass)) ? VkRenderPass(VK_NULL_HANDLE)
+                                                                                      : pass;
+}
+
 VkRenderPass create_pass(const VKAdapter *adapter, const VKPasses::Key &key) {
     constexpr VkImageLayout color_layout = VK_IMAGE_LAYOUT_COLOR_ATTACHMENT_OPTIMAL;
     constexpr VkImageLayout depth_layout = VK_IMAGE_LAYOUT_DEPTH_STENCIL_ATTACHMENT_OPTIMAL;
@@ -104,7 +147,10 @@ VkRenderPass create_pass(const VKAdapter *adapter, const VKPasses::Key &key) {
     auto resolve =
         vk_record<VkSubpassDescriptionDepthStencilResolve>(VK_STRUCTURE_TYPE_SUBPASS_DESCRIPTION_DEPTH_STENCIL_RESOLVE);
     if(key.depth.format && key.depth.isResolved()) {
-        if(!adapter->has_depth_stencil_resolve) return VK_NULL_HANDLE;
+        if(!adapter->has_depth_stencil_resolve || !adapter->has_create_renderpass2) {
+            Log::printf(Log::Error, "VKPasses::getPass(): depth can't be resolved by this device\n");
+            return VK_NULL_HANDLE;
+        }
         // The one mode that all devices have.
         description.depth_resolve = description.append(key.depth.format, 1, VK_ATTACHMENT_LOAD_OP_DONT_CARE, true,
                                                        key.depth.resolve_layout, depth_layout);
@@ -132,6 +178,7 @@ VkRenderPass create_pass(const VKAdapter *adapter, const VKPasses::Key &key) {
     info.pSubpasses = &subpass;
     info.dependencyCount = 2;
     info.pDependencies = dependencies;
+    if(!adapter->has_create_renderpass2) return create_first_pass(adapter, info);
     VkRenderPass pass = VK_NULL_HANDLE;
     return VK::error(vkCreateRenderPass2(adapter->getDevice(), &info, nullptr, &pass)) ? VkRenderPass(VK_NULL_HANDLE)
                                                                                        : pass;
@@ -140,7 +187,6 @@ VkRenderPass create_pass(const VKAdapter *adapter, const VKPasses::Key &key) {
 } // namespace
 
 VkRenderPass VKPasses::getPass(const VKAdapter *adapter, const Key &key) {
-    if(!adapter->has_create_renderpass2) return VK_NULL_HANDLE;
     return passes.get(key, [&]() { return create_pass(adapter, key); });
 }
 

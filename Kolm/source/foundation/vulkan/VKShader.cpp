@@ -36,6 +36,38 @@ constexpr struct {
     {Shader::TypeCallable, VK_SHADER_STAGE_CALLABLE_BIT_KHR, SpvExecutionModelCallableKHR},
 };
 
+bool has_capability(const VKAdapter &adapter, uint32_t capability, const char *&name) {
+    const VkPhysicalDeviceFeatures &core = adapter.getFeatures();
+    const VkSubgroupFeatureFlags operations = adapter.getSubgroupProperties().supportedOperations;
+    switch(capability) {
+#define CAPABILITY(NUM, NAME, CONDITION) \
+    case NUM:                            \
+        name = #NAME;                    \
+        return (CONDITION);
+#include "VKCapabilities.inc"
+    default: return true;
+    }
+}
+
+// Without the extensions that nothing in the module stands on: half floats came with this one before Vulkan had them,
+// and drivers refuse to hear of what they were not asked for.
+Array<uint32_t> get_module(const Array<uint32_t> &opcodes) {
+    static constexpr char half_float[] = "SPV_AMD_gpu_shader_half_float";
+    Array<uint32_t> module = opcodes;
+    for(uint32_t i = header_size; i < module.size();) {
+        const uint32_t length = module[i] >> 16;
+        const uint32_t opcode = module[i] & 0xFFFF;
+        if(opcode == SpvOpFunction) break;
+        if(opcode == SpvOpExtension && (length - 1) * sizeof(uint32_t) >= sizeof(half_float) &&
+           memcmp(module.get() + i + 1, half_float, sizeof(half_float)) == 0) {
+            module.remove(i, length);
+        } else {
+            i += length;
+        }
+    }
+    return module;
+}
+
 } // namespace
 
 VKShader::VKShader(VKContext *context) : Shader(context->getAdapter()->getIndex()), context(context->retain()) {}
@@ -83,6 +115,10 @@ bool VKShader::compile(Type type, const Array<uint32_t> &opcodes, State &state) 
         clear();
         return false;
     }
+    if(!check_capabilities(opcodes)) {
+        clear();
+        return false;
+    }
     if(state.is_pragma("export")) {
         const Pragma &pragma = state.get_pragma("export");
         File file;
@@ -94,9 +130,10 @@ bool VKShader::compile(Type type, const Array<uint32_t> &opcodes, State &state) 
         if(pragma.arguments.size()) subgroup_size = pragma.arguments[0].tou32();
     }
 
+    const Array<uint32_t> words = get_module(opcodes);
     auto info = vk_record<VkShaderModuleCreateInfo>(VK_STRUCTURE_TYPE_SHADER_MODULE_CREATE_INFO);
-    info.codeSize = opcodes.bytes();
-    info.pCode = opcodes.get();
+    info.codeSize = words.bytes();
+    info.pCode = words.get();
     VkShaderModule module = VK_NULL_HANDLE;
     if(VK::error(vkCreateShaderModule(context->getDevice(), &info, nullptr, &module))) {
         Log::printf(Log::Error, "VKShader::compile(): can't create \"%s\" shader module\n", shader_name.get());
@@ -153,6 +190,19 @@ bool VKShader::load_module(Type type, const Array<uint32_t> &opcodes) {
     if(last_opcode != SpvOpFunctionEnd) return false;
     load_bindings(opcodes);
     return has_entry && (size_ids[0] == 0 || load_group_size(opcodes, size_ids));
+}
+
+bool VKShader::check_capabilities(const Array<uint32_t> &opcodes) const {
+    // They come first.
+    for(uint32_t i = header_size; i < opcodes.size(); i += opcodes[i] >> 16) {
+        if((opcodes[i] & 0xFFFF) != SpvOpCapability) return true;
+        const char *name = nullptr;
+        if((opcodes[i] >> 16) != 2 || has_capability(*context->getAdapter(), opcodes[i + 1], name)) continue;
+        Log::printf(Log::Error, "VKShader::compile(): \"%s\" shader needs %s, which the device does not have\n",
+                    shader_name.get(), name);
+        return false;
+    }
+    return true;
 }
 
 // Numbers of all resources, and which of them any function touches. The module's instructions were checked.

@@ -48,6 +48,8 @@ protected:
 
 private:
     bool load_module(Type type, const Array<uint32_t> &opcodes);
+    /// One line for the first capability that the device does not have.
+    bool check_capabilities(const Array<uint32_t> &opcodes) const;
     void load_bindings(const Array<uint32_t> &opcodes);
     bool load_group_size(const Array<uint32_t> &opcodes, const uint32_t *ids);
 

@@ -27,6 +27,7 @@ Array<String> VK::context_extensions;
 Array<String> VK::adapter_extensions;
 Array<void *> VK::adapter_features;
 String VK::hidden_extensions;
+VK::Layer VK::layer = nullptr;
 
 namespace {
 
@@ -179,7 +180,7 @@ bool VK::load_library() {
         }
     }
     vkEnumerateInstanceVersion = reinterpret_cast<PFN_vkEnumerateInstanceVersion>(
-        get_proc_address(VK_NULL_HANDLE, "vkEnumerateInstanceVersion"));
+        findFunction(VkInstance(VK_NULL_HANDLE), get_proc_address, "vkEnumerateInstanceVersion"));
     return true;
 }
 
@@ -354,6 +355,10 @@ VKAdapter *VK::getAdapter(uint32_t index) {
             Log::printf(Log::Error, "VK::getAdapter(): invalid adapter index %u\n", index);
             return nullptr;
         }
+    }
+    if(adapter->isLost()) {
+        Log::printf(Log::Error, "VK::getAdapter(): %u adapter is lost\n", adapter->getIndex());
+        return nullptr;
     }
     if(!adapter->isCreated() && !adapter->create()) {
         Log::printf(Log::Error, "VK::getAdapter(): can't create %u adapter\n", adapter->getIndex());

@@ -90,14 +90,22 @@ public:
     static bool hasDebugUtils() { return debug_utils; }
     static PFN_vkVoidFunction getProcAddress(const char *name);
 
+    /// Stands between the library and the driver: takes the name of a function and what was found for it, which may be
+    /// null, and returns what is called instead.
+    using Layer = PFN_vkVoidFunction (*)(const char *name, PFN_vkVoidFunction func);
+    /// Takes effect at the next open(). For tests and tools; null for none.
+    static void setLayer(Layer new_layer) { layer = new_layer; }
+
     /// Looks \p name up as it is, then with the suffixes of extensions.
     template<class Handle, class Func>
     static PFN_vkVoidFunction findFunction(Handle handle, Func func, const char *name) {
+        PFN_vkVoidFunction ptr = nullptr;
         for(const char *suffix : {"", "KHR", "EXT", "AMD", "NV"}) {
             const StringStack<128> full_name = StringStack<128>(name) + suffix;
-            if(PFN_vkVoidFunction ptr = func(handle, full_name.get())) return ptr;
+            ptr = func(handle, full_name.get());
+            if(ptr) break;
         }
-        return nullptr;
+        return layer ? layer(name, ptr) : ptr;
     }
 
 private:
@@ -127,6 +135,7 @@ private:
     static Array<String> adapter_extensions;
     static Array<void *> adapter_features;
     static String hidden_extensions; // names between blanks
+    static Layer layer;
 };
 
 } // namespace Kolm

@@ -75,12 +75,14 @@ public:
     String getDriverVersion() const;
     static String getVersionName(uint32_t driver_version);
 
-    /// VK::error() for submissions and waits: remembers that the device was lost.
+    /// VK::error() for submissions and waits: remembers that the device was lost, and tells so once.
     bool error(VkResult result) {
-        if(result == VK_ERROR_DEVICE_LOST) is_lost = true;
+        if(KOLM_UNLIKELY(result == VK_ERROR_DEVICE_LOST) && is_lost++) return true;
         return VK::error(result);
     }
-    bool isLost() const { return is_lost; }
+    /// What was recorded can't be run any more, and what it would have done is unknown.
+    void setLost() { is_lost++; }
+    bool isLost() const { return is_lost.load_relaxed() != 0; }
 
     /// Extension name without "VK_".
     bool checkExtension(const char *name) const;
@@ -143,6 +145,7 @@ public:
 #define VK_DEVICE_OPTIONAL(NAME) VK_DEVICE(NAME)
 #include "VKFunctions.inc"
 
+    volatile bool has_device_features = false; // the record of Device::Features is this adapter's
     bool has_physical_device_properties2 = false;
 #define VK_EXTENSION(NAME, FLAG, CORE) bool FLAG = false;
 #include "VKExtensions.inc"
@@ -218,11 +221,13 @@ private:
     void create_memory();
     bool load_functions();
     void *chain_features();
+    /// Maps a new host-visible object; frees it and empties \p memory on failure.
+    bool map_memory(uint32_t type, VkDeviceMemory &memory, uint8_t *&data);
     VK::MemoryPtr allocate_memory(uint32_t type, const VkMemoryRequirements &requirements, VkMemoryPropertyFlags flags,
                                   void *host_ptr, const void *next);
 
     bool is_created = false;
-    volatile bool is_lost = false; // set by any thread that submits or waits
+    Atomici32 is_lost;     // by any thread that submits or waits
     bool is_owner = true;          // the device is destroyed with the adapter
     uint32_t adapter_count = 0;
     uint32_t adapter_index = 0;

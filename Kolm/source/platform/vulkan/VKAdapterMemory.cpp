@@ -63,6 +63,8 @@ VkResult VKAdapter::allocateDeviceMemory(uint32_t type, uint64_t size, const voi
     if(result == VK_SUCCESS) {
         num_allocations++;
         total_allocations++;
+    } else {
+        memory = VK_NULL_HANDLE;
     }
     return result;
 }
@@ -71,6 +73,20 @@ void VKAdapter::freeDeviceMemory(VkDeviceMemory memory) {
     if(memory == VK_NULL_HANDLE) return;
     vkFreeMemory(device, memory, nullptr);
     num_allocations--;
+}
+
+// Whoever is given host-visible memory later counts on its address: without one the object is of no use.
+bool VKAdapter::map_memory(uint32_t type, VkDeviceMemory &memory, uint8_t *&data) {
+    if((getMemoryFlags(type) & VK_MEMORY_PROPERTY_HOST_VISIBLE_BIT) == 0) return true;
+    void *ptr = nullptr;
+    if(VK::error(vkMapMemory(device, memory, 0, VK_WHOLE_SIZE, 0, &ptr))) {
+        Log::printf(Log::Error, "VKAdapter::map_memory(): can't map memory\n");
+        freeDeviceMemory(memory);
+        memory = VK_NULL_HANDLE;
+        return false;
+    }
+    data = static_cast<uint8_t *>(ptr);
+    return true;
 }
 
 VK::MemoryPtr VKAdapter::allocate_memory(uint32_t type, const VkMemoryRequirements &requirements,
@@ -163,11 +179,7 @@ bool VKAdapter::HeapMemory::Heap::create(VKAdapter *adapter, uint32_t type, uint
         Log::printf(Log::Error, "VKAdapter::HeapMemory::Heap::create(): can't allocate %s\n", size.get());
         return false;
     }
-    if(adapter->getMemoryFlags(type) & VK_MEMORY_PROPERTY_HOST_VISIBLE_BIT) {
-        void *ptr = nullptr;
-        if(!VK::error(vkMapMemory(adapter->getDevice(), memory, 0, VK_WHOLE_SIZE, 0, &ptr)))
-            data = static_cast<uint8_t *>(ptr);
-    }
+    if(!adapter->map_memory(type, memory, data)) return false;
     heap_pool.init(heap_size);
     return true;
 }
@@ -274,11 +286,7 @@ VK::MemoryPtr VKAdapter::PoolMemory::allocate(VKAdapter *adapter, uint64_t size,
     ptr.index = adapter->getIndex();
     ptr.pool = true;
     ptr.data = static_cast<uint8_t *>(host_ptr);
-    if(host_ptr == nullptr && (adapter->getMemoryFlags(memory_type) & VK_MEMORY_PROPERTY_HOST_VISIBLE_BIT)) {
-        void *data = nullptr;
-        if(!VK::error(vkMapMemory(adapter->getDevice(), memory, 0, VK_WHOLE_SIZE, 0, &data)))
-            ptr.data = static_cast<uint8_t *>(data);
-    }
+    if(host_ptr == nullptr && !adapter->map_memory(memory_type, memory, ptr.data)) return VK::MemoryPtr();
     AtomicLock atomic(lock);
     sizes.append(memory, size);
     return ptr;

@@ -1,0 +1,151 @@
+// A driver that fails: it runs out of memory in any call that makes an object, it is lost, or it has less than others.
+// Nothing of it may be worse than a line and a null pointer.
+
+#include "DeviceWork.h"
+#include "DriverLayer.h"
+#include "GpuTest.h"
+#include "KolmAllocator.h"
+
+using namespace Kolm;
+
+class FailureVKTest : public GpuTest {
+protected:
+    void SetUp() override {
+        GpuTest::SetUp();
+        // The layer wants a member of the record of Vulkan 1.2, which the extension does not need.
+        allowLog("VUID-VkSamplerCreateInfo-pNext-06726");
+    }
+    void TearDown() override {
+        DriverLayer::fail(0);
+        DriverLayer::lose(nullptr);
+        DriverLayer::showAll();
+        VK::hideAdapterExtension(nullptr);
+        GpuTest::TearDown();
+    }
+
+    static const DeviceWork *getWork(const std::string &name) {
+        for(const DeviceWork &work : DeviceWork::getList()) {
+            if(name == work.name) return &work;
+        }
+        ADD_FAILURE() << "no work " << name;
+        return nullptr;
+    }
+    static std::string join(const std::vector<std::string> &lines) {
+        std::string text;
+        for(const std::string &line : lines) text += line;
+        return text;
+    }
+    /// Lines of ours, few of them: none of a validation layer or about a leak.
+    static void checkLines(const std::vector<std::string> &lines, size_t max_lines) {
+        EXPECT_LE(lines.size(), max_lines) << join(lines);
+        for(const std::string &line : lines) {
+            EXPECT_EQ(line.find("VK::debug"), std::string::npos) << line;
+            EXPECT_EQ(line.find("unreleased"), std::string::npos) << line;
+            EXPECT_NE(line.find("(): "), std::string::npos) << line;
+        }
+    }
+};
+
+// Every call of a piece of work that makes an object or takes memory fails in its turn, until all of them went well. Some
+// have a new device each time, without heaps and rings: more can fail there.
+TEST_F(FailureVKTest, out_of_memory) {
+    const DeviceWork &usual = *getWork("buffers");
+    for(const DeviceWork &work : DeviceWork::getList()) {
+        SCOPED_TRACE(work.name);
+        const bool is_new = (&work == getWork("slots") || &work == getWork("vertices") || &work == getWork("rays"));
+        for(uint32_t number = 1;; number++) {
+            if(number == 1 || is_new) reopen();
+            DriverLayer::fail(number);
+            const bool status = work.run(*device);
+            const char *failed = DriverLayer::getFailed();
+            DriverLayer::fail(0);
+            SCOPED_TRACE(std::string(failed ? failed : "nothing") + " fails as call " + std::to_string(number));
+            const std::vector<std::string> lines = takeLog();
+            checkLines(lines, failed ? 8 : 0);
+            EXPECT_TRUE(status || failed);
+            if(failed == nullptr) break;
+            EXPECT_TRUE(status || !lines.empty());
+            EXPECT_TRUE(usual.run(*device)) << "the device is of no use any more";
+            EXPECT_EQ(join(takeLog()), "");
+            if(HasFailure()) break;
+        }
+        EXPECT_TRUE(work.run(*device));
+        if(HasFailure()) break;
+    }
+    reopen();
+    EXPECT_EQ(join(takeLog()), "");
+}
+
+// The device is lost in any call that can tell so: one line, then nothing works and everything can be let go.
+TEST_F(FailureVKTest, lost_device) {
+    static constexpr struct {
+        const char *function;
+        const char *work; // null for each of them
+    } rows[] = {
+        {"vkQueueSubmit", nullptr},
+        {"vkWaitForFences", "buffers"},
+        {"vkWaitForFences", "sub-devices"},
+        {"vkWaitForFences", "command devices"},
+        {"vkQueueWaitIdle", "textures"},
+        {"vkQueueBindSparse", "sparse buffer"},
+        {"vkQueueBindSparse", "sparse texture"},
+        {"vkWaitSemaphores", "timeline"},
+        {"vkGetSemaphoreCounterValue", "timeline"},
+        {"vkGetQueryPoolResults", "times"},
+        {"vkGetQueryPoolResults", "rays"},
+    };
+    for(const auto &row : rows) {
+        SCOPED_TRACE(row.function);
+        uint32_t num_lost = 0;
+        for(const DeviceWork &work : DeviceWork::getList()) {
+            if(row.work && &work != getWork(row.work)) continue;
+            SCOPED_TRACE(work.name);
+            reopen();
+            DevicePtr other(device->createComputeDevice(2));
+            BufferPtr buffer = createBuffer(Buffer::FlagSource, {1, 2, 3});
+            ASSERT_TRUE(device->clearBuffer(buffer.get()) && device->flush()) << "work that runs while it is lost";
+            ASSERT_EQ(join(takeLog()), "");
+            DriverLayer::lose(row.function);
+            const bool status = work.run(*device);
+            const std::vector<std::string> lines = takeLog();
+            if(device->check()) {
+                // It was not asked for anything that can tell.
+                EXPECT_TRUE(status);
+                EXPECT_EQ(join(lines), "");
+                DriverLayer::lose(nullptr);
+                continue;
+            }
+            num_lost++;
+            checkLines(lines, 3);
+            size_t num = 0;
+            for(const std::string &line : lines) num += (line == "VK::error(): VK_ERROR_DEVICE_LOST\n");
+            EXPECT_EQ(num, 1u) << join(lines);
+            EXPECT_FALSE(device->check());
+            // An application that takes no notice.
+            const size_t memory = Allocator::getMemory();
+            for(uint32_t i = 0; i < 20; i++) {
+                EXPECT_FALSE(device->flush());
+                EXPECT_FALSE(device->flip());
+                EXPECT_FALSE(device->finish());
+                EXPECT_FALSE(other->flip());
+                device->clearBuffer(buffer.get());
+            }
+            EXPECT_LE(Allocator::getMemory(), memory + (64 << 10));
+            work.run(*device);
+            checkLines(takeLog(), 8);
+            VKOffscreen again;
+            EXPECT_FALSE(again.create());
+            EXPECT_EQ(takeLog().front(), "VK::getAdapter(): 0 adapter is lost\n");
+            buffer.reset();
+            other.reset();
+            device.reset();
+            offscreen.reset();
+            DriverLayer::lose(nullptr);
+            EXPECT_EQ(join(takeLog()), "");
+            if(HasFailure()) break;
+        }
+        EXPECT_GT(num_lost, 0u);
+        if(HasFailure()) break;
+    }
+    reopen();
+}
