@@ -136,7 +136,7 @@ void hide(VkStructureType type, void *members, size_t size) {
 // All records of the chain that the library knows.
 void hide_chain(VkBaseOutStructure *record) {
     for(; record; record = record->pNext) {
-        switch(record->sType) {
+        switch(uint32_t(record->sType)) { // some are too new for the header
 #define VK_FEATURES(NAME, RECORD, TYPE, CONDITION)                \
     case TYPE:                                                    \
         hide(TYPE, record + 1, sizeof(RECORD) - sizeof(*record)); \
