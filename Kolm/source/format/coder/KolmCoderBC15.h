@@ -2,8 +2,8 @@
 
 #pragma once
 
+#include "KolmCoderBytes.h"
 #include "KolmCoderKernels.h"
-#include "KolmCoderVector.h"
 
 namespace Kolm {
 
@@ -355,17 +355,10 @@ KOLM_INLINE Shorts get_alpha_errors(const AlphaBlock &block, int32_t alpha_0, co
                                     int32_t limit_error) {
     Shorts alphas[6];
     constexpr int32_t num = eight ? 6 : 4;
-    // (n * a + m * b + half) / size: exact as (x * scale) >> 16 needs more than shorts hold, so by floats of words.
-    alignas(64) int16_t ends[NumLanes];
-    alpha_1.store(ends);
-    alignas(64) int16_t entries[6][NumLanes];
-    for(uint32_t i = 0; i < NumLanes; i++) {
-        for(int32_t k = 0; k < num; k++) {
-            const int32_t sum = (num - k) * alpha_0 + (k + 1) * ends[i] + (num + 1) / 2;
-            entries[k][i] = int16_t((sum * (65536 / (num + 1) + 1)) >> 16);
-        }
-    }
-    for(int32_t k = 0; k < num; k++) alphas[k] = Shorts::load(entries[k]);
+    // Sums of at most 1788: the quotients are exact.
+    for(int32_t k = 0; k < num; k++)
+        alphas[k] = scale_shorts(alpha_1 * int16_t(k + 1) + int16_t((num - k) * alpha_0 + (num + 1) / 2),
+                                 uint16_t(65536 / (num + 1) + 1));
     Shorts sum(int16_t(0));
     for(uint32_t i = 0; i < block.num; i++) {
         const Shorts value(block.values[i]);

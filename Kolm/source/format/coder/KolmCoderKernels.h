@@ -1,9 +1,11 @@
-// The searches of the block encoders: one set of functions per instruction set, all with the same results.
+// The searches of the block encoders and the fast decoders: one set of functions per instruction set, all with the same
+// results.
 //
-// A kernel takes one full block; unused places of blocks at the edge repeat the first pixel.
+// Kernels take full blocks; unused places of blocks at the edge repeat the first pixel.
 
 #pragma once
 
+#include <stddef.h>
 #include <stdint.h>
 
 namespace Kolm {
@@ -15,6 +17,18 @@ enum CoderFlags : uint32_t {
     CoderPerceptual = 1 << 2, ///< differences of red, green and blue times 3, 6 and 1
     CoderAlpha = 1 << 3,      ///< pixels with alpha below 128 are transparent
     CoderSigned = 1 << 4,
+};
+
+/// What the blocks of BC1 to BC5 hold.
+enum CoderBlocks : uint32_t {
+    CoderBC1, ///< without alpha: the fourth colour of the 3-colour form is opaque black
+    CoderBC1Alpha,
+    CoderBC2,
+    CoderBC3,
+    CoderBC4,
+    CoderBC4Signed,
+    CoderBC5,
+    CoderBC5Signed,
 };
 
 struct CoderKernels {
@@ -31,6 +45,8 @@ struct CoderKernels {
     void (*encode_etc_color)(uint8_t *dst, const uint8_t *src, uint32_t flags);
     /// EAC block of 8 bytes from 16 bytes; with \p wide for 11 bits, otherwise for 8.
     void (*encode_eac)(uint8_t *dst, const uint8_t *src, bool wide, uint32_t flags);
+    /// Pixels of \p num full blocks beside each other, to four rows that lie \p stride bytes apart.
+    void (*decode_bc)(uint8_t *dst, size_t stride, const uint8_t *src, uint32_t num, CoderBlocks blocks);
 };
 
 /// The fastest set that the processor runs.

@@ -6,6 +6,7 @@
 #include "KolmCoderBC15.h"
 #include "KolmCoderBC6.h"
 #include "KolmCoderBC7.h"
+#include "KolmCoderDecodeBC15.h"
 #include "KolmCoderETC2.h"
 
 namespace Kolm {
@@ -13,7 +14,7 @@ namespace Kolm {
 extern const CoderKernels KOLM_CODER_KERNELS;
 const CoderKernels KOLM_CODER_KERNELS = {
     KOLM_CODER_NAME, BC15::encode_color, BC15::encode_alpha, BC6::encode,
-    BC7::encode,     ETC2::encode_color, ETC2::encode_alpha,
+    BC7::encode,     ETC2::encode_color, ETC2::encode_alpha, BC15::decode,
 };
 
 } // namespace Kolm

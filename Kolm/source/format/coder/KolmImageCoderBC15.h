@@ -32,19 +32,8 @@ public:
 private:
     static uint32_t get_capabilities(Format format);
 
-    // Entries of a byte palette of 0 to top: eight levels, or six and both ends. Signed bytes are handled as unsigned
-    // ones of 0 to 254, moved by 127.
-    static void create_alphas(uint8_t alphas[8], uint32_t alpha_0, uint32_t alpha_1, uint32_t top, bool eight);
-    static void create_alphas(uint8_t alphas[8], const uint8_t *src, bool is_signed);
-
-    // One block, as 16 words of red, green, blue and alpha. The alpha forms replace the alpha of the words.
-    static void decode_color(uint32_t pixels[16], const uint8_t *src, uint32_t capabilities);
-    static void decode_alpha(uint32_t pixels[16], const uint8_t *src);
-    static void decode_alpha4(uint32_t pixels[16], const uint8_t *src);
-    // One block. Only the first width and height pixels are written or read; stride and pixel are the bytes between
-    // rows and between pixels.
-    static void decode_alpha(uint8_t *dst, uint32_t width, uint32_t height, size_t stride, uint32_t pixel,
-                             const uint8_t *src, bool is_signed);
+    // One block. Only the first width and height pixels are read; stride and pixel are the bytes between rows and
+    // between pixels.
     static void encode_alpha4(uint8_t *dst, uint32_t width, uint32_t height, size_t stride, uint32_t pixel,
                               const uint8_t *src);
     static void encode_alpha(uint8_t *dst, uint32_t width, uint32_t height, size_t stride, uint32_t pixel,
