@@ -290,3 +290,30 @@ TEST(ImageCoderEncode, floats_that_no_block_holds_are_cut) {
     for(const Format format : {FormatBC6RGBf16u, FormatBC6RGBf16s})
         EXPECT_EQ(image.toFormat(format).toFormat(FormatUnknown).getFormat(), FormatRGBf16);
 }
+
+// Yellow with blue between nothing and a little: blue spans more of the halfs than red and green do.
+TEST(ImageCoderEncode, saturated_halfs_keep_their_bright_channels) {
+    static const uint16_t pixels[48] = {
+        12721, 12642, 0, 15147, 15013, 0,    13395, 13216, 9488,  9161,  8604,  6946, //
+        14703, 14646, 0, 14916, 14807, 0,    12886, 12642, 9918,  13649, 13483, 9946, //
+        15234, 15147, 0, 14916, 14792, 9656, 15079, 14932, 11283, 15360, 15360, 0,    //
+        15164, 15046, 0, 14932, 14807, 9665, 15013, 14823, 11371, 14617, 14468, 10497,
+    };
+    Image image;
+    ASSERT_TRUE(image.create2D(FormatRGBf16, 4));
+    memcpy(image.getData(), pixels, sizeof(pixels));
+    for(const Format format : {FormatBC6RGBf16u, FormatBC6RGBf16s}) {
+        for(const Image::Flags flags : {Image::FlagFast, Image::FlagNone, Image::FlagBest}) {
+            const Image decoded = image.toFormat(format, flags).toFormat(FormatUnknown);
+            const uint16_t *data = reinterpret_cast<const uint16_t *>(decoded.getData());
+            double error = 0.0;
+            for(uint32_t i = 0; i < 48; i++) {
+                // As a display shows it, of 255.
+                const double a = std::pow(float16_t::fromBits(pixels[i]).get(), 1.0 / 2.2);
+                const double b = std::pow(std::fmax(float16_t::fromBits(data[i]).get(), 0.0f), 1.0 / 2.2);
+                error += (a - b) * (a - b) * 255.0 * 255.0 / 48.0;
+            }
+            EXPECT_LT(error, (flags == Image::FlagFast) ? 700.0 : 400.0) << getFormatName(format) << " " << flags;
+        }
+    }
+}

@@ -1,7 +1,9 @@
 // Search of the BC6 block. Included by the file of each instruction set.
 //
 // Half floats count as the integers of their bits, with sign, in which the format's lines are straight. Errors are
-// squares of differences of those integers.
+// squares of differences of those integers. A step of such an integer is the same ratio everywhere, so that a channel
+// that is nearly dark beside bright ones can rule a saturated block without being seen. Blocks whose bright channels
+// lost by it are coded again, with a channel counting less the farther it lies below the brightest one of its pixel.
 
 #pragma once
 
@@ -16,10 +18,25 @@ namespace BC6 {
 
 struct Block {
     AxisPixels pixels; // times the weights
+    AxisPixels axis;   // the same with the dark channels of saturated pixels drawn nearer
+    Floats shares[3];  // of the errors, by channel; 1 but in saturated pixels
     float weights[4];
     float scales[4];
     bool is_signed;
+    bool is_saturated; // the shares differ
 };
+
+// A gap of so much, two octaves, still counts in full.
+constexpr float full_gap = 2048.0f;
+// Beyond it the share of differences falls by a power of the brightness, but not below the least; first a little, then
+// as a display shows it.
+struct Shares {
+    float power;
+    float least;
+};
+constexpr Shares shares[2] = {{0.3f / 1024.0f, 0.25f}, {0.45f / 1024.0f, 1.0f / 16.0f}};
+// A bright channel that is off by so much, half an octave or more, has lost.
+constexpr float lost_differences[2] = {512.0f, 768.0f};
 
 // Ends of both subsets at a mode's precision.
 struct Ends {
@@ -91,6 +108,14 @@ struct Placement {
     Floats steps;
 };
 
+// Halfs of the places between unquantized ends, in 64ths.
+KOLM_INLINE Floats get_halfs(const Block &block, const Floats &a, const Floats &b, const Floats &weight) {
+    const Floats value = to_floats(to_ints(a * 64.0f + (b - a) * weight + 32.0f) >> 6);
+    if(!block.is_signed) return to_floats(to_ints(value * 31.0f) >> 6);
+    const Floats magnitude = to_floats(to_ints(lanes_abs(value) * 31.0f) >> 5);
+    return select(value < Floats(0.0f), Floats(0.0f) - magnitude, magnitude);
+}
+
 // Pixels put on the lines between unquantized ends.
 KOLM_INLINE Placement place_pixels(const Block &block, const Floats a[3], const Floats b[3], uint32_t index_bits) {
     const float top = float((1u << index_bits) - 1);
@@ -99,8 +124,9 @@ KOLM_INLINE Placement place_pixels(const Block &block, const Floats a[3], const 
     for(uint32_t c = 0; c < 3; c++) {
         const float scale = unit * block.weights[c];
         const Floats delta = (b[c] - a[c]) * scale;
-        dot = dot + (block.pixels.c[c] - a[c] * scale) * delta;
-        length = length + delta * delta;
+        const Floats shared = delta * block.shares[c];
+        dot = dot + (block.pixels.c[c] - a[c] * scale) * shared;
+        length = length + delta * shared;
     }
     Floats place;
     for(uint32_t i = 0; i < place.Num; i++) place.v[i] = dot.v[i] / length.v[i];
@@ -110,33 +136,32 @@ KOLM_INLINE Placement place_pixels(const Block &block, const Floats a[3], const 
     const Floats weight = to_floats(to_ints(ret.steps * (64.0f / top) + 0.5f));
     ret.errors = Floats(0.0f);
     for(uint32_t c = 0; c < 3; c++) {
-        const Floats value = to_floats(to_ints(a[c] * 64.0f + (b[c] - a[c]) * weight + 32.0f) >> 6);
-        Floats half;
-        if(block.is_signed) {
-            const Floats magnitude = to_floats(to_ints(lanes_abs(value) * 31.0f) >> 5);
-            half = select(value < Floats(0.0f), Floats(0.0f) - magnitude, magnitude);
-        } else {
-            half = to_floats(to_ints(value * 31.0f) >> 6);
-        }
+        const Floats half = get_halfs(block, a[c], b[c], weight);
         const Floats d = block.pixels.c[c] - half * block.weights[c];
-        ret.errors = ret.errors + d * d;
+        ret.errors = ret.errors + d * d * block.shares[c];
     }
     return ret;
 }
 
-KOLM_INLINE Placement get_color_error(const Block &block, const Ends &ends, const BC6Mode &mode, uint32_t subsets,
-                                      const Ints &mask) {
-    Floats a[3], b[3];
+// The ends of each pixel's subset, unquantized.
+KOLM_INLINE void spread_ends(Floats a[3], Floats b[3], const Block &block, const Ends &ends, uint32_t bits,
+                             uint32_t subsets, const Ints &mask) {
     for(uint32_t c = 0; c < 3; c++) {
         float values[4];
         for(uint32_t i = 0; i < subsets * 2; i++)
-            values[i] = float(unquantize_i12(ends.c[i][c], mode.bits, block.is_signed));
+            values[i] = float(unquantize_i12(ends.c[i][c], bits, block.is_signed));
         a[c] = Floats(values[0]);
         b[c] = Floats(values[1]);
         if(subsets == 1) continue;
         a[c] = select(mask, Floats(values[2]), a[c]);
         b[c] = select(mask, Floats(values[3]), b[c]);
     }
+}
+
+KOLM_INLINE Placement get_color_error(const Block &block, const Ends &ends, const BC6Mode &mode, uint32_t subsets,
+                                      const Ints &mask) {
+    Floats a[3], b[3];
+    spread_ends(a, b, block, ends, mode.bits, subsets, mask);
     return place_pixels(block, a, b, (subsets == 1) ? 4 : 3);
 }
 
@@ -146,15 +171,20 @@ KOLM_INLINE void refit_lines(AxisLine *lines, const Block &block, const Floats *
     const Floats b_all = to_floats(to_ints(steps * (64.0f / top) + 0.5f)) * (1.0f / 64.0f);
     const Floats a_all = Floats(1.0f) - b_all;
     for(uint32_t s = 0; s < subsets; s++) {
-        const Floats a = a_all * masks[s];
-        const Floats b = b_all * masks[s];
-        const float aa = lanes_sum(a * a_all);
-        const float ab = lanes_sum(a * b_all);
-        const float bb = lanes_sum(b * b_all);
-        const float det = aa * bb - ab * ab;
-        if(!(det > 0.001f)) continue;
-        const float scale = 1.0f / det;
+        Floats a, b;
+        float aa = 0.0f, ab = 0.0f, bb = 0.0f, scale = 0.0f;
         for(uint32_t c = 0; c < 3; c++) {
+            // The shares of a saturated block make each channel a fit of its own.
+            if(c == 0 || block.is_saturated) {
+                a = a_all * masks[s] * block.shares[c];
+                b = b_all * masks[s] * block.shares[c];
+                aa = lanes_sum(a * a_all);
+                ab = lanes_sum(a * b_all);
+                bb = lanes_sum(b * b_all);
+                const float det = aa * bb - ab * ab;
+                scale = (det > 0.001f) ? 1.0f / det : 0.0f;
+            }
+            if(scale == 0.0f) continue;
             const float ax = lanes_sum(a * block.pixels.c[c]);
             const float bx = lanes_sum(b * block.pixels.c[c]);
             lines[s].ends[0][c] = (ax * bb - bx * ab) * scale;
@@ -265,6 +295,27 @@ void write_block(uint8_t *dst, const Result &result) {
 // Lines with the first pixels of their subsets near their first ends.
 KOLM_INLINE void get_lines(AxisLine *lines, const Block &block, const Floats *masks, uint32_t subsets,
                            uint32_t partition) {
+    if(block.is_saturated) {
+        // The order of the pixels is that of the drawn channels; the ends that belong to it are a fit.
+        Floats steps(0.0f);
+        const float top = (subsets == 1) ? 15.0f : 7.0f;
+        for(uint32_t s = 0; s < subsets; s++) {
+            AxisLine line;
+            get_axis_color<3>(line, block.axis, masks[s]);
+            get_axis_color<3>(lines[s], block.pixels, masks[s]);
+            Floats dot(0.0f);
+            float length = 1e-10f;
+            for(uint32_t c = 0; c < 3; c++) {
+                const float delta = line.ends[1][c] - line.ends[0][c];
+                dot = dot + (block.axis.c[c] - line.ends[0][c]) * delta;
+                length += delta * delta;
+            }
+            const Floats place = lanes_clamp(dot * (top / length) + 0.5f, Floats(0.0f), Floats(top));
+            steps = steps + to_floats(to_ints(place)) * masks[s];
+        }
+        refit_lines(lines, block, masks, subsets, steps);
+        return turn_lines(lines, steps, subsets, partition);
+    }
     for(uint32_t s = 0; s < subsets; s++) {
         get_axis_color<3>(lines[s], block.pixels, masks[s]);
         const uint32_t pixel = (s == 0) ? 0 : getAnchor(2, partition, 1);
@@ -279,6 +330,95 @@ KOLM_INLINE void get_lines(AxisLine *lines, const Block &block, const Floats *ma
         }
         if(distances[0] <= distances[1]) continue;
         for(uint32_t c = 0; c < 3; c++) exchange(lines[s].ends[0][c], lines[s].ends[1][c]);
+    }
+}
+
+// Distances of the channels below the brightest one of their pixel. True if some are far below.
+KOLM_INLINE bool get_gaps(Floats gaps[3], const Block &block) {
+    for(uint32_t c = 0; c < 3; c++) gaps[c] = lanes_abs(block.pixels.c[c] * block.scales[c]);
+    const Floats largest = lanes_max(lanes_max(gaps[0], gaps[1]), gaps[2]);
+    for(uint32_t c = 0; c < 3; c++) gaps[c] = largest - gaps[c];
+    return lanes_largest(lanes_max(lanes_max(gaps[0], gaps[1]), gaps[2])) > full_gap * 2.0f;
+}
+
+// A power of two, linear between whole exponents: the bits of a float. For exponents of -126 to 0.
+KOLM_INLINE Floats get_power(const Floats &exponent) {
+    const Ints bits = to_ints((lanes_max(exponent, Floats(-126.0f)) + 127.0f) * float(1 << 23));
+    Floats ret;
+    static_assert(sizeof(ret) == sizeof(bits));
+    memcpy(&ret, &bits, sizeof(ret));
+    return ret;
+}
+
+// Brightness of a half on a display.
+KOLM_INLINE Floats get_shown(const Floats &half) {
+    const Floats ret = get_power((lanes_abs(half) - 31743.0f) * (0.45f / 1024.0f));
+    return select(half < Floats(0.0f), Floats(0.0f) - ret, ret);
+}
+
+// How a result looks.
+struct View {
+    float lost;  // largest difference of bright channels
+    float error; // as a display shows it
+};
+View get_view(const Block &block, const Floats gaps[3], const Result &result) {
+    const BC6Mode &mode = bc6_modes[result.mode];
+    const uint32_t subsets = (result.mode < BC6PartitionModes) ? 2 : 1;
+    const Ints mask = Floats(0.5f) < get_subset_mask(2, result.partition, 1);
+    Floats a[3], b[3];
+    spread_ends(a, b, block, result.ends, mode.bits, subsets, mask);
+    const float top = (subsets == 1) ? 15.0f : 7.0f;
+    const Floats weight = to_floats(to_ints(to_floats(result.indices) * (64.0f / top) + 0.5f));
+    Floats lost(0.0f), errors(0.0f);
+    for(uint32_t c = 0; c < 3; c++) {
+        const Floats value = block.pixels.c[c] * block.scales[c];
+        const Floats half = get_halfs(block, a[c], b[c], weight);
+        const Floats d = value - half;
+        lost = lanes_max(lost, select(gaps[c] < Floats(full_gap), lanes_abs(d), Floats(0.0f)));
+        const Floats seen = (get_shown(value) - get_shown(half)) * block.weights[c];
+        errors = errors + seen * seen;
+    }
+    return {lanes_largest(lost), lanes_sum(errors)};
+}
+
+// Shares of the channels of saturated pixels.
+void set_shares(Block &block, const Floats gaps[3], const Shares &shares) {
+    const Floats one(1.0f);
+    block.is_saturated = true;
+    const Floats least = lanes_min(lanes_min(block.pixels.c[0], block.pixels.c[1]), block.pixels.c[2]);
+    const bool positive = lanes_smallest(least) >= 0.0f;
+    for(uint32_t c = 0; c < 3; c++) {
+        const Floats gap = gaps[c];
+        const Floats power = get_power(lanes_min((Floats(full_gap) - gap) * shares.power, Floats(0.0f)));
+        const Floats share = lanes_max(power, Floats(shares.least));
+        block.shares[c] = share * share;
+        // What the shares add up to from the full gap on.
+        const Floats rest = lanes_max(gap - full_gap, Floats(0.0f));
+        const Floats drawn = rest - (one - share) * (1.4427f / shares.power);
+        if(positive) block.axis.c[c] = block.pixels.c[c] + drawn * block.weights[c];
+    }
+}
+
+void search(Result &result, const Block &block, bool fast, bool best) {
+    const uint32_t refits = best ? 4 : fast ? 1 : 2;
+    const uint32_t moves = best ? 2 : 0;
+    Floats masks[2] = {Floats(1.0f), Floats(0.0f)};
+    AxisLine lines[2] = {};
+    get_lines(lines, block, masks, 1, 0);
+    for(uint32_t m = BC6PartitionModes; m < BC6Modes; m++) try_mode(result, block, m, 0, lines, masks, refits, moves);
+    if(result.error == 0.0f) return;
+    const uint32_t num = fast ? BC6FastPartitions : BC6Partitions;
+    const uint32_t count = best ? 12 : fast ? 1 : 4;
+    float estimates[64];
+    uint8_t partitions[64];
+    estimate_partitions<3>(estimates, block.axis, 2, num, 1.0f / 49.0f);
+    sort_partitions(partitions, estimates, num, count);
+    for(uint32_t i = 0; i < count; i++) {
+        if(estimates[i] * 0.5f > result.error) break;
+        for(uint32_t s = 0; s < BC6Subsets; s++) masks[s] = get_subset_mask(2, partitions[i], s);
+        get_lines(lines, block, masks, 2, partitions[i]);
+        for(uint32_t m = 0; m < BC6PartitionModes; m++)
+            try_mode(result, block, m, partitions[i], lines, masks, refits, moves);
     }
 }
 
@@ -306,29 +446,27 @@ void encode(uint8_t *dst, const uint16_t *src, uint32_t flags) {
             values[i] = negative ? (block.is_signed ? -float(magnitude) : 0.0f) : float(magnitude);
         }
         block.pixels.c[c] = Floats::load(values) * weights[c];
+        block.shares[c] = Floats(1.0f);
     }
+    block.axis = block.pixels;
+    block.is_saturated = false;
     Result result;
     result.ends = {};
     result.indices = Ints(0);
-    const uint32_t refits = best ? 4 : fast ? 1 : 2;
-    const uint32_t moves = best ? 2 : 0;
-    Floats masks[2] = {Floats(1.0f), Floats(0.0f)};
-    AxisLine lines[2] = {};
-    get_lines(lines, block, masks, 1, 0);
-    for(uint32_t m = BC6PartitionModes; m < BC6Modes; m++) try_mode(result, block, m, 0, lines, masks, refits, moves);
-    if(result.error > 0.0f) {
-        const uint32_t num = fast ? BC6FastPartitions : BC6Partitions;
-        const uint32_t count = best ? 12 : fast ? 1 : 4;
-        float estimates[64];
-        uint8_t partitions[64];
-        estimate_partitions<3>(estimates, block.pixels, 2, num, 1.0f / 49.0f);
-        sort_partitions(partitions, estimates, num, count);
-        for(uint32_t i = 0; i < count; i++) {
-            if(estimates[i] * 0.5f > result.error) break;
-            for(uint32_t s = 0; s < BC6Subsets; s++) masks[s] = get_subset_mask(2, partitions[i], s);
-            get_lines(lines, block, masks, 2, partitions[i]);
-            for(uint32_t m = 0; m < BC6PartitionModes; m++)
-                try_mode(result, block, m, partitions[i], lines, masks, refits, moves);
+    search(result, block, fast, best);
+    Floats gaps[3];
+    if(get_gaps(gaps, block)) {
+        View view = get_view(block, gaps, result);
+        for(uint32_t i = 0; i < 2 && view.lost > lost_differences[i]; i++) {
+            Result shared;
+            shared.ends = {};
+            shared.indices = Ints(0);
+            set_shares(block, gaps, shares[i]);
+            search(shared, block, fast, best);
+            const View shared_view = get_view(block, gaps, shared);
+            if(shared_view.error >= view.error) continue;
+            view = shared_view;
+            result = shared;
         }
     }
     write_block(dst, result);
