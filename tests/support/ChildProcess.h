@@ -2,12 +2,27 @@
 
 #pragma once
 
+#ifdef __SANITIZE_THREAD__
+#include <filesystem>
+#endif
 #include <signal.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string>
 #include <sys/wait.h>
 #include <unistd.h>
+
+/// Lets threads that have done their last step leave the process: the thread sanitizer refuses threads to a child that
+/// is made before. It has a thread of its own.
+inline void waitThreads() {
+#ifdef __SANITIZE_THREAD__
+    for(uint32_t i = 0; i < 100; i++) {
+        const auto begin = std::filesystem::directory_iterator("/proc/self/task");
+        if(std::distance(begin, std::filesystem::directory_iterator()) <= 2) break;
+        usleep(1000);
+    }
+#endif
+}
 
 struct ChildProcess {
     int status = 0; // as waitpid gives it
@@ -20,6 +35,7 @@ struct ChildProcess {
 
 template<class Func> ChildProcess runChild(Func func) {
     fflush(nullptr);
+    waitThreads();
     FILE *out = tmpfile();
     FILE *err = tmpfile();
     const pid_t pid = fork();
