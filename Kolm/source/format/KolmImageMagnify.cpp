@@ -6,6 +6,7 @@
 
 #include "KolmImageResize.h"
 #include "KolmImageTasks.h"
+#include "KolmLanes.h"
 
 namespace Kolm {
 
@@ -35,25 +36,49 @@ void get_taps(Array<MagnifyTaps> &taps, uint32_t src_size, uint32_t dst_size) {
 template<class Real> struct LinearFilter {
     static constexpr uint32_t first = 1;
     static constexpr uint32_t count = 2;
-    explicit LinearFilter(float64_t t) : f(Real(t)) {}
-    template<class Taps> Real get(const Taps &taps) const {
-        const Real a = taps(1);
-        return a + (Real(taps(2)) - a) * f;
+    explicit LinearFilter(float64_t t = 0.0) : f(Real(t)) {}
+    template<class Taps> auto get(const Taps &taps) const {
+        const auto a = taps(1);
+        return a + (taps(2) - a) * f;
     }
     Real f;
 };
 template<class Real> struct CubicFilter {
     static constexpr uint32_t first = 0;
     static constexpr uint32_t count = 4;
-    explicit CubicFilter(float64_t t)
+    explicit CubicFilter(float64_t t = 0.0)
         : a(Real(((-0.5 * t + 1.0) * t - 0.5) * t)), c(Real(((-1.5 * t + 2.0) * t + 0.5) * t)),
           d(Real((0.5 * t - 0.5) * t * t)) {}
-    template<class Taps> Real get(const Taps &taps) const {
-        const Real b = taps(1);
-        return b + ((Real(taps(2)) - b) * c + ((Real(taps(0)) - b) * a + (Real(taps(3)) - b) * d));
+    template<class Taps> auto get(const Taps &taps) const {
+        const auto b = taps(1);
+        return b + ((taps(2) - b) * c + ((taps(0) - b) * a + (taps(3) - b) * d));
     }
     Real a, c, d;
 };
+
+// A target row of stretched ones. Rows may be the same one.
+template<class Type, class Real, class RealFilter>
+void mix_rows(Type *__restrict out, const Real *const rows[4], RealFilter filter, size_t size) {
+    const Real *r0 = rows[0], *r1 = rows[1], *r2 = rows[2], *r3 = rows[3];
+    for(size_t x = 0; x < size; x++) {
+        out[x] = Element<Type>::store(filter.get([=](uint32_t i) {
+            return (i == 0) ? r0[x] : (i == 1) ? r1[x] : (i == 2) ? r2[x] : r3[x];
+        }));
+    }
+}
+
+template<uint32_t Components, class Real, class RealFilter>
+void stretch_row(Real *out, const Real *row, const MagnifyTaps *taps, const RealFilter *filters, uint32_t width) {
+    for(uint32_t x = 0; x < width; x++, out += Components) {
+        const uint32_t *index = taps[x].index;
+        if constexpr(Components == 4 && std::is_same_v<Real, float32_t>) {
+            filters[x].get([=](uint32_t i) { return float32x4_t::load(row + size_t(index[i]) * 4); }).store(out);
+        } else {
+            for(uint32_t c = 0; c < Components; c++)
+                out[c] = filters[x].get([=](uint32_t i) { return row[size_t(index[i]) * Components + c]; });
+        }
+    }
+}
 
 template<template<class> class Filter, class Type, uint32_t Components>
 void magnify(ImagePlane dst, const ImagePlane &src, Async *async) {
@@ -63,22 +88,15 @@ void magnify(ImagePlane dst, const ImagePlane &src, Async *async) {
     get_taps(x_taps, src.width, dst.width);
     get_taps(y_taps, src.height, dst.height);
     const uint32_t row_size = dst.width * Components;
-
-    const auto stretch = [&](Real *out, uint32_t y) {
-        const Type *row = src.row<Type>(y);
-        const MagnifyTaps *taps = x_taps.get();
-        for(uint32_t x = 0; x < dst.width; x++, out += Components) {
-            const RealFilter filter(taps[x].fraction);
-            const uint32_t *index = taps[x].index;
-            for(uint32_t c = 0; c < Components; c++)
-                out[c] = filter.get([=](uint32_t i) { return Real(row[size_t(index[i]) * Components + c]); });
-        }
-    };
+    Array<RealFilter> x_filters;
+    x_filters.reserve(dst.width);
+    for(const MagnifyTaps &taps : x_taps) x_filters.append(RealFilter(taps.fraction));
 
     const uint32_t band = ((dst.height + 127) >> 6) & 0x3FFFFFE;
     run_rows(async, dst.height, band, [&](uint32_t begin, uint32_t end) {
         // Slots of stretched rows; those of one target row are at most RealFilter::count different ones.
         Array<Real> buffer(row_size * RealFilter::count);
+        Array<Real> line(src.width * Components);
         uint32_t slots[RealFilter::count];
         for(uint32_t &slot : slots) slot = ~0u;
         for(uint32_t y = begin; y < end; y++) {
@@ -99,18 +117,14 @@ void magnify(ImagePlane dst, const ImagePlane &src, Async *async) {
                     slot = 0;
                     while(is_needed(slots[slot])) slot++;
                     slots[slot] = row;
-                    stretch(buffer.get() + size_t(row_size) * slot, row);
+                    const Type *elements = src.row<Type>(row);
+                    for(size_t x = 0; x < line.size(); x++) line.get()[x] = Real(elements[x]);
+                    stretch_row<Components>(buffer.get() + size_t(row_size) * slot, line.get(), x_taps.get(),
+                                            x_filters.get(), dst.width);
                 }
                 rows[RealFilter::first + i] = buffer.get() + size_t(row_size) * slot;
             }
-            const RealFilter filter(taps.fraction);
-            const Real *r0 = rows[0], *r1 = rows[1], *r2 = rows[2], *r3 = rows[3];
-            Type *out = reinterpret_cast<Type *>(dst.data + dst.stride * y);
-            for(uint32_t x = 0; x < row_size; x++) {
-                out[x] = Element<Type>::store(filter.get([=](uint32_t i) {
-                    return (i == 0) ? r0[x] : (i == 1) ? r1[x] : (i == 2) ? r2[x] : r3[x];
-                }));
-            }
+            mix_rows(reinterpret_cast<Type *>(dst.data + dst.stride * y), rows, RealFilter(taps.fraction), row_size);
         }
     });
 }
