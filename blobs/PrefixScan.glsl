@@ -26,6 +26,8 @@ struct DispatchParameters {
 
 #if LOCAL_SHADER || GLOBAL_SHADER || UPDATE_SHADER
 
+    #include "GroupId.glsl"
+
     layout(local_size_x = GROUP_SIZE) in;
 
     #if MODE_SINGLE
@@ -71,7 +73,7 @@ struct DispatchParameters {
     #endif
 
     void main() {
-        uint local_id = gl_LocalInvocationIndex;
+        uint local_id = get_local_id();
         uint group_id = gl_WorkGroupID.x;
 
         #if MODE_MULTIPLE
@@ -96,7 +98,9 @@ struct DispatchParameters {
         store_data(index, rest, scan - data + prefix);
 
         #if GLOBAL_SHADER
-            [[branch]] if(local_id == GROUP_SIZE - 1u) update_buffer[parameters.update_offset + group_id] = total;
+            [[branch]] if(local_id == GROUP_SIZE - 1u) {
+                update_buffer[parameters.update_offset + group_id] = prefix + scan.w;
+            }
         #endif
     }
 
@@ -107,7 +111,7 @@ struct DispatchParameters {
     shared uint group_prefix;
 
     void main() {
-        uint local_id = gl_LocalInvocationIndex;
+        uint local_id = get_local_id();
         uint group_id = gl_WorkGroupID.x;
 
         #if MODE_MULTIPLE
@@ -233,7 +237,7 @@ struct DispatchParameters {
         }
 
         void main() {
-            uint local_id = gl_LocalInvocationIndex;
+            uint local_id = gl_LocalInvocationID.x;
             uint region = gl_WorkGroupID.x;
             #if MULTIPLE_COUNT_SHADER
                 if(region >= count_buffer[count_offset]) return;

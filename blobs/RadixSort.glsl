@@ -34,6 +34,8 @@ struct UpdateParameters {
 
 #if LOCAL_SHADER || GLOBAL_SHADER || OFFSET_SHADER || REORDER_SHADER
 
+    #include "GroupId.glsl"
+
     layout(local_size_x = GROUP_SIZE) in;
 
     #if LOCAL_SHADER || GLOBAL_SHADER
@@ -81,7 +83,11 @@ struct UpdateParameters {
         #define DEST(NAME) parameters.dest_ ## NAME ## _offset
     #endif
 
-    shared uint group_data[GROUP_SIZE * 4u];
+    #if GROUP_PAIRS
+        shared uvec2 group_data[GROUP_SIZE * 4u];
+    #else
+        shared uint group_data[GROUP_SIZE * 4u];
+    #endif
 
     // Elements at or beyond the size are not touched: what stands there belongs to others.
     uvec4 load_data(uint index, uint rest, uint empty) {
@@ -106,22 +112,64 @@ struct UpdateParameters {
         }
     }
 
-    // The elements of the group in their new places. Places are stored transposed, so that threads beside each other
-    // read words beside each other.
-    uvec4 exchange_data(uvec4 data, uvec4 index, uint local_id) {
-        group_data[index.x] = data.x;
-        group_data[index.y] = data.y;
-        group_data[index.z] = data.z;
-        group_data[index.w] = data.w;
-        barrier();
-        data = uvec4(group_data[local_id], group_data[GROUP_SIZE + local_id], group_data[GROUP_SIZE * 2u + local_id],
-                     group_data[GROUP_SIZE * 3u + local_id]);
-        barrier();
-        return data;
+    // Brings the elements of the group to their new places. Places are stored transposed, so that threads beside each
+    // other read words beside each other. Keys and values go together where the memory of a group holds both.
+    #if GROUP_PAIRS
+
+        void exchange_data(inout uvec4 keys, inout uvec4 values, uvec4 index, uint local_id) {
+            group_data[index.x] = uvec2(keys.x, values.x);
+            group_data[index.y] = uvec2(keys.y, values.y);
+            group_data[index.z] = uvec2(keys.z, values.z);
+            group_data[index.w] = uvec2(keys.w, values.w);
+            barrier();
+            uvec2 x = group_data[local_id];
+            uvec2 y = group_data[GROUP_SIZE + local_id];
+            uvec2 z = group_data[GROUP_SIZE * 2u + local_id];
+            uvec2 w = group_data[GROUP_SIZE * 3u + local_id];
+            keys = uvec4(x.x, y.x, z.x, w.x);
+            values = uvec4(x.y, y.y, z.y, w.y);
+        }
+
+    #else
+
+        uvec4 exchange_words(uvec4 data, uvec4 index, uint local_id) {
+            group_data[index.x] = data.x;
+            group_data[index.y] = data.y;
+            group_data[index.z] = data.z;
+            group_data[index.w] = data.w;
+            barrier();
+            return uvec4(group_data[local_id], group_data[GROUP_SIZE + local_id],
+                         group_data[GROUP_SIZE * 2u + local_id], group_data[GROUP_SIZE * 3u + local_id]);
+        }
+
+        void exchange_data(inout uvec4 keys, inout uvec4 values, uvec4 index, uint local_id) {
+            keys = exchange_words(keys, index, local_id);
+            barrier();
+            values = exchange_words(values, index, local_id);
+        }
+
+    #endif
+
+    // One pass of the sort: a stable split by a bit of the keys.
+    void split_data(inout uvec4 keys, inout uvec4 values, uint bit, uint local_id) {
+        uvec4 bits = 1u - ((keys >> bit) & 1u);
+        uvec4 scan = bits;
+        scan.y += scan.x;
+        scan.z += scan.y;
+        scan.w += scan.z;
+        uint total;
+        uint value = scan_group(scan.w, local_id, total);
+        uint flip = local_id * 4u + total;
+
+        // Zeros go behind the zeros in front of them, ones behind all zeros and the ones in front of them.
+        uvec4 index = value + uvec4(0u, scan.xyz);
+        uvec4 ones = flip + uvec4(0u, 1u, 2u, 3u) - index;
+        index = mix(ones, index, notEqual(bits, uvec4(0u)));
+        exchange_data(keys, values, GROUP_SIZE * (index & 3u) + (index >> 2u), local_id);
     }
 
     void main() {
-        uint local_id = gl_LocalInvocationIndex;
+        uint local_id = get_local_id();
         uint group_id = load_parameters(local_id);
         uint global_id = group_id * GROUP_SIZE + local_id;
 
@@ -135,25 +183,13 @@ struct UpdateParameters {
             uvec4 values = load_data(parameters.src_data_offset + global_id, rest, 0u);
         #endif
 
-        [[loop]] for(uint i = 0u; i < radix_count; i++) {
-            uvec4 bits = 1u - ((keys >> (radix_offset + i)) & 1u);
-            uvec4 scan = bits;
-            scan.y += scan.x;
-            scan.z += scan.y;
-            scan.w += scan.z;
-            uint total;
-            uint value = scan_group(scan.w, local_id, total);
-            uint flip = local_id * 4u + total;
-
-            // Zeros go behind the zeros in front of them, ones behind all zeros and the ones in front of them.
-            uvec4 index = value + uvec4(0u, scan.xyz);
-            uvec4 ones = flip + uvec4(0u, 1u, 2u, 3u) - index;
-            index = mix(ones, index, notEqual(bits, uvec4(0u)));
-            index = GROUP_SIZE * (index & 3u) + (index >> 2u);
-
-            keys = exchange_data(keys, index, local_id);
-            values = exchange_data(values, index, local_id);
-        }
+        // The bits of a digit are a constant number. A loop with barriers costs software drivers all registers; without
+        // subgroup operations the passes are too large to be unrolled.
+        #if LOCAL_SHADER || NO_SUBGROUP
+            [[loop]] for(uint i = 0u; i < radix_count; i++) split_data(keys, values, radix_offset + i, local_id);
+        #else
+            [[unroll]] for(uint i = 0u; i < 4u; i++) split_data(keys, values, radix_offset + i, local_id);
+        #endif
 
         store_data(DEST(keys) + global_id, rest, keys);
         store_data(DEST(data) + global_id, rest, values);
@@ -161,61 +197,59 @@ struct UpdateParameters {
 
 #elif OFFSET_SHADER
 
-    layout(std430, binding = 2) readonly buffer SourceBuffer { uint src_buffer[]; };
+    layout(std430, binding = 2) readonly buffer SourceBuffer { uvec2 src_buffer[]; };
     layout(std430, binding = 3) writeonly buffer OffsetBuffer { uint offset_buffer[]; };
     layout(std430, binding = 4) writeonly buffer ReorderBuffer { uint reorder_buffer[]; };
 
-    shared uint group_keys[GROUP_SIZE * 2u];
-    shared uint group_reorder[16];
-    shared uint group_count[16];
-
-    // The digit at a place of the block, and none behind its end.
-    void load_digit(uint block, uint place, uint rest) {
-        uint digit = 16u;
-        if(place < rest) digit = (src_buffer[parameters.src_keys_offset + block + place] >> radix_offset) & 15u;
-        group_keys[place] = digit;
-    }
-
-    void find_begin(uint place) {
-        uint digit = group_keys[place];
-        uint last = 16u;
-        if(place > 0u) last = group_keys[place - 1u];
-        [[branch]] if(digit < 16u && digit != last) group_reorder[digit] = place;
-    }
-
-    void find_count(uint place) {
-        uint digit = group_keys[place];
-        uint next = 16u;
-        if(place + 1u < GROUP_SIZE * 2u) next = group_keys[place + 1u];
-        [[branch]] if(digit < 16u && digit != next) group_count[digit] = place + 1u - group_reorder[digit];
-    }
+    // Where each digit begins and ends, with one place more for what is behind the last key.
+    shared uint group_keys[GROUP_SIZE];
+    shared uint group_reorder[17];
+    shared uint group_end[17];
 
     void main() {
-        uint local_id = gl_LocalInvocationIndex;
+        uint local_id = get_local_id();
         uint group_id = load_parameters(local_id);
-        uint block = group_id * GROUP_SIZE * 2u;
-        uint rest = parameters.size - block;
+        uint place = local_id * 2u;
+        uint rest = parameters.size - group_id * GROUP_SIZE * 2u;
 
-        for(uint i = local_id; i < 16u; i += GROUP_SIZE) {
-            group_reorder[i] = 0u;
-            group_count[i] = 0u;
+        // Two digits beside each other, and none behind the end of the block.
+        uint index = (parameters.src_keys_offset >> 1u) + group_id * GROUP_SIZE + local_id;
+        uvec2 digits = uvec2(16u);
+        [[branch]] if(place + 1u < rest) {
+            digits = (src_buffer[index] >> radix_offset) & 15u;
+        } else {
+            [[branch]] if(place < rest) digits.x = (src_buffer[index].x >> radix_offset) & 15u;
         }
-        load_digit(block, local_id, rest);
-        load_digit(block, local_id + GROUP_SIZE, rest);
+        group_keys[local_id] = digits.x;
+        [[unroll]] for(uint i = 0u; i < 16u; i += GROUP_SIZE) {
+            [[branch]] if(i + local_id < 16u) {
+                group_reorder[i + local_id] = 0u;
+                group_end[i + local_id] = 0u;
+            }
+        }
         barrier();
 
-        find_begin(local_id);
-        find_begin(local_id + GROUP_SIZE);
-        barrier();
-
-        find_count(local_id);
-        find_count(local_id + GROUP_SIZE);
+        // The first digit begins at 0, each other one where the one in front of it ends.
+        uint next = group_keys[min(local_id + 1u, GROUP_SIZE - 1u)];
+        next = (local_id + 1u < GROUP_SIZE) ? next : 16u;
+        if(digits.x != digits.y) {
+            group_end[digits.x] = place + 1u;
+            group_reorder[digits.y] = place + 1u;
+        }
+        if(digits.y != next) {
+            group_end[digits.y] = place + 2u;
+            group_reorder[next] = place + 2u;
+        }
         barrier();
 
         // Counts lie by digits, so that one scan gives each digit of each block its place.
-        for(uint i = local_id; i < 16u; i += GROUP_SIZE) {
-            offset_buffer[parameters.update_offset + 16u * group_id + i] = group_reorder[i];
-            reorder_buffer[parameters.update_offset + parameters.groups * i + group_id] = group_count[i];
+        [[unroll]] for(uint i = 0u; i < 16u; i += GROUP_SIZE) {
+            uint digit = i + local_id;
+            [[branch]] if(digit < 16u) {
+                offset_buffer[parameters.update_offset + 16u * group_id + digit] = group_reorder[digit];
+                reorder_buffer[parameters.update_offset + parameters.groups * digit + group_id] =
+                    group_end[digit] - group_reorder[digit];
+            }
         }
     }
 
@@ -226,35 +260,39 @@ struct UpdateParameters {
     layout(std430, binding = 4) readonly buffer OffsetBuffer { uint offset_buffer[]; };
     layout(std430, binding = 5) readonly buffer ReorderBuffer { uint reorder_buffer[]; };
 
+    // What leads from an element's place in the block to its place in the range, for each digit.
     shared uint group_reorder[16];
-    shared uint group_offsets[16];
 
-    void move_element(uint block, uint place) {
-        uint src = block + place;
+    void move_element(uint block, uint place, uint rest) {
+        // behind the end the last element is read, and not written
+        uint src = block + min(place, rest - 1u);
         uint key = src_buffer[parameters.src_keys_offset + src];
         uint data = src_buffer[parameters.src_data_offset + src];
-        uint digit = (key >> radix_offset) & 15u;
-        uint index = group_reorder[digit] + place - group_offsets[digit];
-        [[branch]] if(index < parameters.size) {
+        uint index = group_reorder[(key >> radix_offset) & 15u] + place;
+        [[branch]] if(place < rest && index < parameters.size) {
             dest_buffer[parameters.dest_keys_offset + index] = key;
             dest_buffer[parameters.dest_data_offset + index] = data;
         }
     }
 
     void main() {
-        uint local_id = gl_LocalInvocationIndex;
+        uint local_id = get_local_id();
         uint group_id = load_parameters(local_id);
         uint block = group_id * GROUP_SIZE * 2u;
         uint rest = parameters.size - block;
 
-        for(uint i = local_id; i < 16u; i += GROUP_SIZE) {
-            group_offsets[i] = offset_buffer[parameters.update_offset + 16u * group_id + i];
-            group_reorder[i] = reorder_buffer[parameters.update_offset + parameters.groups * i + group_id];
+        [[unroll]] for(uint i = 0u; i < 16u; i += GROUP_SIZE) {
+            uint digit = i + local_id;
+            [[branch]] if(digit < 16u) {
+                uint begin = offset_buffer[parameters.update_offset + 16u * group_id + digit];
+                uint count = reorder_buffer[parameters.update_offset + parameters.groups * digit + group_id];
+                group_reorder[digit] = count - begin;
+            }
         }
         barrier();
 
-        [[branch]] if(local_id < rest) move_element(block, local_id);
-        [[branch]] if(local_id + GROUP_SIZE < rest) move_element(block, local_id + GROUP_SIZE);
+        move_element(block, local_id, rest);
+        move_element(block, local_id + GROUP_SIZE, rest);
     }
 
 #else
@@ -399,7 +437,7 @@ struct UpdateParameters {
             }
 
             void main() {
-                uint local_id = gl_LocalInvocationIndex;
+                uint local_id = gl_LocalInvocationID.x;
                 uint group_id = gl_WorkGroupID.x;
                 #if MULTIPLE_COUNT_SHADER
                     if(group_id >= count_buffer[count_offset]) return;

@@ -8,10 +8,12 @@
 
 namespace Kolm {
 
+#include "GroupId_blob.inc"
 #include "GroupScan_blob.inc"
 
 GroupKernels::GroupKernels(Device *device, const char *name, const uint8_t (*rows)[256])
-    : device(device), name(name), source(get_text(rows)), include(get_text(GroupScan_blob_src)) {}
+    : device(device), name(name), source(get_text(rows)), group_id(get_text(GroupId_blob_src)),
+      group_scan(get_text(GroupScan_blob_src)) {}
 
 String GroupKernels::get_text(const uint8_t (*rows)[256]) {
     Blob blob(rows);
@@ -37,7 +39,7 @@ Kernel *GroupKernels::add(const char *stage, uint32_t uniforms, uint32_t storage
 }
 
 bool GroupKernels::create_kernel(const Entry &entry) const {
-    const char *includes[] = {"GroupScan.glsl", include.get()};
+    const char *includes[] = {"GroupId.glsl", group_id.get(), "GroupScan.glsl", group_scan.get()};
     if(entry.kernel && entry.kernel->createShaderGLSL(source.get(), entry.macros, includes, array_size(includes)) &&
        entry.kernel->create())
         return true;
@@ -67,8 +69,10 @@ void GroupKernels::dispatch(Compute *compute, uint32_t group_size, Buffer *param
 
 String GroupKernels::getSubgroupMacros(const Device *device) {
     const Device::Features &features = device->getFeatures();
-    if(features.subgroupMath && is_pow2(features.subgroupSize))
-        return String::format("SUBGROUP_SIZE=%uu", features.subgroupSize);
+    if(features.subgroupMath && is_pow2(features.subgroupSize)) {
+        const bool fixed = features.minSubgroupSize == features.maxSubgroupSize;
+        return String::format("SUBGROUP_SIZE=%uu%s", features.subgroupSize, fixed ? "; SUBGROUP_FIXED=1" : "");
+    }
     return String("SUBGROUP_SIZE=1u; NO_SUBGROUP=1");
 }
 

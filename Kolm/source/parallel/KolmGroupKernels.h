@@ -17,7 +17,8 @@ class Async;
 /// macros, "NAME=value" separated by ";".
 class GroupKernels : public NoCopy {
 public:
-    /// \p name stands in messages, "PrefixScan" say. \p rows is the packed text, which may include "GroupScan.glsl".
+    /// \p name stands in messages, "PrefixScan" say. \p rows is the packed text, which may include "GroupId.glsl" and
+    /// "GroupScan.glsl".
     GroupKernels(Device *device, const char *name, const uint8_t (*rows)[256]);
 
     /// New kernel with its bindings: uniform blocks from binding 0 on, storage buffers behind them. Bit i of \p read
@@ -28,7 +29,8 @@ public:
     /// Compiles what was added. False if one of them failed, which is logged.
     bool create(Async *async);
 
-    /// "SUBGROUP_SIZE=8u", with "NO_SUBGROUP=1" on a device without subgroup arithmetic.
+    /// "SUBGROUP_SIZE=8u", with "SUBGROUP_FIXED=1" on a device that has no other size, and with "NO_SUBGROUP=1" on one
+    /// without subgroup arithmetic.
     static String getSubgroupMacros(const Device *device);
 
     /// Groups of one dispatch: every device runs that many, and records in front of them keep a buffer's alignment.
@@ -53,7 +55,8 @@ private:
     Device *device;
     const char *name;
     String source;
-    String include;
+    String group_id; // texts that it includes
+    String group_scan;
     Array<Entry> entries;
 };
 

@@ -66,7 +66,7 @@ bool PrefixScan::create_kernels(Device *device, Flags flags, Async *async) {
         global_kernels[i] = kernels.add("global", uniforms, 3 - uniforms, read,
                                         "GLOBAL_SHADER=1; GROUP_SIZE=%uu; %s; %s", group_size, subgroup.get(), mode);
         update_kernels[i] = kernels.add("update", uniforms, 3 - uniforms, read | (4u >> uniforms),
-                                        "UPDATE_SHADER=1; GROUP_SIZE=%uu; %s", group_size, mode);
+                                        "UPDATE_SHADER=1; GROUP_SIZE=%uu; %s; %s", group_size, subgroup.get(), mode);
     }
     if(flags & FlagIndirect) {
         clear_kernel =

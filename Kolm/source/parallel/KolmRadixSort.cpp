@@ -78,7 +78,10 @@ bool RadixSort::create_scan(Device *device, Flags flags, Async *async) {
 
 bool RadixSort::create_kernels(Device *device, Flags flags, Async *async) {
     GroupKernels kernels(device, "RadixSort", RadixSort_blob_src);
-    const String subgroup = GroupKernels::getSubgroupMacros(device);
+    // keys and values of a group go through shared memory together where there is room, beside that of the group's scan
+    const uint64_t pairs_size = uint64_t(sort_elements) * 8 + uint64_t(group_size) * 8 + 64;
+    const char *pairs = (pairs_size <= device->getFeatures().groupMemory) ? "; GROUP_PAIRS=1" : "";
+    const String macros = GroupKernels::getSubgroupMacros(device) + pairs;
     const uint32_t num_kernels = (flags & FlagOrder) ? NumKernelModes : 1;
     for(uint32_t i = 0; i < NumModes; i++) {
         if((flags & (FlagSingle << i)) == 0) continue;
@@ -91,15 +94,15 @@ bool RadixSort::create_kernels(Device *device, Flags flags, Async *async) {
             const char *order = (j == KernelSort) ? "" : " order";
             local_kernels[i][j] =
                 kernels.add(String::format("local%s", order).get(), uniforms, first + 1, first,
-                            "LOCAL_SHADER=1; GROUP_SIZE=%uu; %s; %s; %s", group_size, subgroup.get(), mode, kernel);
+                            "LOCAL_SHADER=1; GROUP_SIZE=%uu; %s; %s; %s", group_size, macros.get(), mode, kernel);
             global_kernels[i][j] =
                 kernels.add(String::format("global%s", order).get(), uniforms, first + 2, first | (1u << first),
-                            "GLOBAL_SHADER=1; GROUP_SIZE=%uu; %s; %s; %s", group_size, subgroup.get(), mode, kernel);
+                            "GLOBAL_SHADER=1; GROUP_SIZE=%uu; %s; %s; %s", group_size, macros.get(), mode, kernel);
         }
         offset_kernels[i] = kernels.add("offset", uniforms, first + 3, first | (1u << first),
-                                        "OFFSET_SHADER=1; GROUP_SIZE=%uu; %s", group_size, mode);
+                                        "OFFSET_SHADER=1; GROUP_SIZE=%uu; %s; %s", group_size, macros.get(), mode);
         reorder_kernels[i] = kernels.add("reorder", uniforms, first + 4, first | (13u << first),
-                                         "REORDER_SHADER=1; GROUP_SIZE=%uu; %s", group_size, mode);
+                                         "REORDER_SHADER=1; GROUP_SIZE=%uu; %s; %s", group_size, macros.get(), mode);
     }
     if(flags & FlagIndirect) {
         clear_kernel =
