@@ -2,8 +2,9 @@
 //
 // Expects GROUP_SIZE and SUBGROUP_SIZE. With SUBGROUP_FIXED, on devices that have one size of subgroups, it is made of
 // the subgroup's number: software drivers divide for gl_LocalInvocationID, and again behind each barrier.
+// SUBGROUP_CHECKED takes it back, and the size is compared at run time.
 
-#ifdef NO_SUBGROUP
+#if NO_SUBGROUP || SUBGROUP_CHECKED
     #undef SUBGROUP_FIXED
 #endif
 

@@ -37,11 +37,11 @@ public:
 
     PrefixScan();
 
-    /// Compiles the kernels and makes the buffers. \p groups threads form a group: a power
+    /// Compiles the kernels, on \p async if it is given, and makes the buffers. \p groups threads form a group: a power
     /// of two. \p regions is the largest number of ranges of one call. False when the reason was logged.
     /// \p device has to outlive the object.
-    bool create(const Device &device, Mode mode, uint32_t groups = 256, uint32_t regions = 1);
-    bool create(const Device &device, Flags flags, uint32_t groups = 256, uint32_t regions = 1);
+    bool create(const Device &device, Mode mode, uint32_t groups = 256, uint32_t regions = 1, Async *async = nullptr);
+    bool create(const Device &device, Flags flags, uint32_t groups = 256, uint32_t regions = 1, Async *async = nullptr);
     void clear();
     /// Whether the forms of \p flags can be dispatched.
     bool isCreated(Flags flags = FlagNone) const;

@@ -39,15 +39,15 @@ public:
 
     RadixSort();
 
-    /// Compiles the kernels and makes the buffers. \p prefix_scan has to outlive the
+    /// Compiles the kernels, on \p async if it is given, and makes the buffers. \p prefix_scan has to outlive the
     /// object; it is created with the same groups and regions where it lacks what \p flags need. \p size is the largest
     /// number of elements of a range, and of all ranges of one call that a single group can't sort. \p groups threads
     /// form a group: a power of two. \p regions is the largest number of ranges of one call. False when the reason was
     /// logged. \p device has to outlive the object.
     bool create(const Device &device, Mode mode, PrefixScan &prefix_scan, uint32_t size, uint32_t groups = 256,
-                uint32_t regions = 1);
+                uint32_t regions = 1, Async *async = nullptr);
     bool create(const Device &device, Flags flags, PrefixScan &prefix_scan, uint32_t size, uint32_t groups = 256,
-                uint32_t regions = 1);
+                uint32_t regions = 1, Async *async = nullptr);
     void clear();
     /// Whether the forms of \p flags can be dispatched.
     bool isCreated(Flags flags = FlagNone) const;

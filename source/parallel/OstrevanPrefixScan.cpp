@@ -1,5 +1,6 @@
 #include "OstrevanPrefixScanKolm.h"
 
+#include "OstrevanAsyncKolm.h"
 #include "OstrevanBufferKolm.h"
 #include "OstrevanComputeKolm.h"
 #include "OstrevanDeviceKolm.h"
@@ -21,11 +22,11 @@ OSTREVAN_HANDLE_SOURCE(PrefixScan, Noncopyable)
 
 PrefixScan::PrefixScan() : PrefixScan(VoidImpl()) {}
 
-bool PrefixScan::create(const Device &device, Mode mode, uint32_t groups, uint32_t regions) {
-    return impl().ref().create(get_device(device), get_mode(mode), groups, regions);
+bool PrefixScan::create(const Device &device, Mode mode, uint32_t groups, uint32_t regions, Async *async) {
+    return impl().ref().create(get_device(device), get_mode(mode), groups, regions, getAsync(async));
 }
-bool PrefixScan::create(const Device &device, Flags flags, uint32_t groups, uint32_t regions) {
-    return impl().ref().create(get_device(device), get_flags(flags), groups, regions);
+bool PrefixScan::create(const Device &device, Flags flags, uint32_t groups, uint32_t regions, Async *async) {
+    return impl().ref().create(get_device(device), get_flags(flags), groups, regions, getAsync(async));
 }
 void PrefixScan::clear() { impl().ref().clear(); }
 bool PrefixScan::isCreated(Flags flags) const { return impl().isValid() && impl().ref().isCreated(get_flags(flags)); }

@@ -1,5 +1,6 @@
 #include "OstrevanRadixSortKolm.h"
 
+#include "OstrevanAsyncKolm.h"
 #include "OstrevanBufferKolm.h"
 #include "OstrevanComputeKolm.h"
 #include "OstrevanDeviceKolm.h"
@@ -22,12 +23,14 @@ OSTREVAN_HANDLE_SOURCE(RadixSort, Noncopyable)
 RadixSort::RadixSort() : RadixSort(VoidImpl()) {}
 
 bool RadixSort::create(const Device &device, Mode mode, PrefixScan &prefix_scan, uint32_t size, uint32_t groups,
-                       uint32_t regions) {
-    return impl().ref().create(get_device(device), get_mode(mode), &prefix_scan.impl().ref(), size, groups, regions);
+                       uint32_t regions, Async *async) {
+    return impl().ref().create(get_device(device), get_mode(mode), &prefix_scan.impl().ref(), size, groups, regions,
+                               getAsync(async));
 }
 bool RadixSort::create(const Device &device, Flags flags, PrefixScan &prefix_scan, uint32_t size, uint32_t groups,
-                       uint32_t regions) {
-    return impl().ref().create(get_device(device), get_flags(flags), &prefix_scan.impl().ref(), size, groups, regions);
+                       uint32_t regions, Async *async) {
+    return impl().ref().create(get_device(device), get_flags(flags), &prefix_scan.impl().ref(), size, groups, regions,
+                               getAsync(async));
 }
 void RadixSort::clear() { impl().ref().clear(); }
 bool RadixSort::isCreated(Flags flags) const { return impl().isValid() && impl().ref().isCreated(get_flags(flags)); }

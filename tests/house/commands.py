@@ -571,6 +571,7 @@ def algorithms_equal_the_processor():
         ("scan of one group", ["scan", "--size", "100"]),
         ("scan of many groups", ["scan", "--size", "70001", "--groups", "128", "--indirect"]),
         ("sort of many groups", ["sort", "--size", "30001", "--bits", "20"]),
+        ("sort with a larger scan", ["sort", "--size", "70001", "--groups", "16", "--bits", "8", "--seed", "5"]),
         ("order of an indirect size", ["sort", "--size", "5000", "--bits", "7", "--order", "--indirect"]),
     ]
     for name, words in rows:

@@ -127,12 +127,13 @@ TEST_F(PrefixScanTest, limits) {
     run_regions(prefix, {16, 17, 5});
 }
 
-// All small sizes with all sizes of groups, by subgroups where the group is small enough, and in shared memory.
+// All small sizes with all sizes of groups, on each path.
 TEST_F(PrefixScanTest, every_size_and_group) {
-    for(const bool subgroups : {true, false}) {
-        if(!subgroups) hideSubgroups();
+    for(uint32_t path = 0; path < NumPaths; path++) {
+        setPath(path);
         for(const uint32_t groups : {8u, 32u, 64u, 128u, 256u, 512u, 1024u}) {
-            SCOPED_TRACE(testing::Message() << groups << " threads, " << (subgroups ? "subgroups" : "shared memory"));
+            if(path == PathChecked && groups != 64 && groups != 1024 && !isEverySize()) continue;
+            SCOPED_TRACE(testing::Message() << groups << " threads, " << getPathName(path));
             PrefixScan prefix;
             ASSERT_TRUE(prefix.create(device.get(), PrefixScan::FlagsAll, groups, 4200));
             const uint32_t limit = std::min(4097u, prefix.getMaxElements() + 1);
@@ -141,9 +142,12 @@ TEST_F(PrefixScanTest, every_size_and_group) {
             run_single(prefix, makeSizes(limit, 41));
             run_indirect(prefix, FormSingle, makeSizes(limit, 83));
             // as many groups as every device runs
-            const std::vector<uint32_t> indirect = makeSizes(std::min(limit, 2500u), 7);
-            run_indirect(prefix, FormCount, indirect);
-            run_indirect(prefix, FormCountBuffer, indirect);
+            for(const auto &sizes : splitSizes(makeSizes(limit, 7), prefix.getScanElements(), 60000)) {
+                run_indirect(prefix, FormCount, sizes);
+                run_indirect(prefix, FormCountBuffer, sizes);
+            }
+            for(uint32_t i = 0; i < 20 && isEverySize(); i++)
+                run_single(prefix, {uint32_t(random()) % (prefix.getMaxElements() + 1)});
             if(HasFatalFailure()) return;
         }
     }

@@ -125,6 +125,22 @@ protected:
         });
     }
 
+    /// All sizes up to 4096 in all forms, and 20 up to the maximum.
+    void run_every_size(RadixSort &radix) {
+        const uint32_t limit = std::max(radix.getMaxElements(), radix.getSortElements());
+        const std::vector<uint32_t> every = makeSizes(std::min(limit, 4096u) + 1, 1);
+        run_regions(radix, {every, 8});
+        run_single(radix, {every, 8, true});
+        run_indirect(radix, FormSingle, {every, 8});
+        // as many blocks as every device runs
+        for(const auto &sizes : splitSizes(every, radix.getUpdateElements(), 40000)) {
+            run_indirect(radix, FormCount, {sizes, 8, true});
+            run_indirect(radix, FormCountBuffer, {sizes, 8});
+        }
+        const uint32_t most = std::min(limit, radix.getDataSize());
+        for(uint32_t i = 0; i < 20; i++) run_single(radix, {{uint32_t(random()) % (most + 1)}, (i == 0) ? 32u : 4u});
+    }
+
     std::vector<BufferPtr> dispatches;
 };
 
@@ -160,10 +176,11 @@ TEST_F(RadixSortTest, limits) {
 }
 
 TEST_F(RadixSortTest, every_size_and_group) {
-    for(const bool subgroups : {true, false}) {
-        if(!subgroups) hideSubgroups();
+    for(uint32_t path = 0; path < NumPaths; path++) {
+        setPath(path);
         for(const uint32_t groups : {8u, 32u, 64u, 128u, 256u, 512u, 1024u}) {
-            SCOPED_TRACE(testing::Message() << groups << " threads, " << (subgroups ? "subgroups" : "shared memory"));
+            if(path == PathChecked && groups != 64 && !isEverySize()) continue;
+            SCOPED_TRACE(testing::Message() << groups << " threads, " << getPathName(path));
             PrefixScan scan;
             RadixSort radix;
             const uint32_t elements = groups * 4;
@@ -176,6 +193,7 @@ TEST_F(RadixSortTest, every_size_and_group) {
             for(uint32_t &size : sizes) size = std::min(size, limit);
             run_single(radix, {sizes, 32});
             run_regions(radix, {sizes, 10, true});
+            if(isEverySize()) run_every_size(radix);
             if(HasFatalFailure()) return;
         }
     }

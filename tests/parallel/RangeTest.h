@@ -16,12 +16,24 @@ struct Range {
 class RangeTest : public GpuTest {
 protected:
     void TearDown() override {
-        Kolm::Shader::removeMacro("NO_SUBGROUP");
+        setPath(PathFixed);
         GpuTest::TearDown();
     }
 
-    /// Kernels that are made from now on leave the subgroup operations out.
-    void hideSubgroups() { Kolm::Shader::setMacro("NO_SUBGROUP", 1); }
+    /// What the scan within a group rests on: subgroups of the one size that the device has, subgroups whose size is
+    /// compared at run time, or shared memory.
+    enum Path { PathFixed, PathChecked, PathMemory, NumPaths };
+    static const char *getPathName(uint32_t path) {
+        static const char *const names[] = {"subgroups", "subgroups of a checked size", "shared memory"};
+        return names[path];
+    }
+    /// For kernels that are made from now on.
+    static void setPath(uint32_t path) {
+        Kolm::Shader::removeMacro("NO_SUBGROUP");
+        Kolm::Shader::removeMacro("SUBGROUP_CHECKED");
+        if(path == PathChecked) Kolm::Shader::setMacro("SUBGROUP_CHECKED", 1);
+        if(path == PathMemory) Kolm::Shader::setMacro("NO_SUBGROUP", 1);
+    }
 
     /// Ranges of these sizes behind each other, at least a word apart. \p columns parts of each size belong to a range.
     static std::vector<Range> makeRanges(const std::vector<uint32_t> &sizes, uint32_t &total) {
@@ -35,13 +47,32 @@ protected:
         return ranges;
     }
 
-    /// Sizes from 0 to below \p end: all of them if OSTREVAN_EVERY_SIZE is in the environment, else every \p step-th of
-    /// those from 80 on.
+    /// Whether every size is tested in every form, which takes minutes.
+    static bool isEverySize() { return getenv("OSTREVAN_EVERY_SIZE") != nullptr; }
+
+    /// Sizes from 0 to below \p end: all of them if every size is tested, else every \p step-th of those from 80 on.
     static std::vector<uint32_t> makeSizes(uint32_t end, uint32_t step) {
-        if(getenv("OSTREVAN_EVERY_SIZE")) step = 1;
+        if(isEverySize()) step = 1;
         std::vector<uint32_t> sizes;
         for(uint32_t size = 0; size < end; size += (size < 80) ? 1 : step) sizes.push_back(size);
         return sizes;
+    }
+
+    /// The sizes in lists whose ranges have, with \p elements for each group, no more than \p max_groups groups.
+    static std::vector<std::vector<uint32_t>> splitSizes(const std::vector<uint32_t> &sizes, uint32_t elements,
+                                                         uint32_t max_groups) {
+        std::vector<std::vector<uint32_t>> lists(1);
+        uint32_t num_groups = 0;
+        for(const uint32_t size : sizes) {
+            const uint32_t groups = size / elements + 4;
+            if(num_groups + groups > max_groups) {
+                lists.emplace_back();
+                num_groups = 0;
+            }
+            lists.back().push_back(size);
+            num_groups += groups;
+        }
+        return lists;
     }
 
     std::vector<uint32_t> makeWords(uint32_t size) {

@@ -17,7 +17,9 @@ TEST(Parallel, scans_and_sorts) {
     RadixSort sort;
     EXPECT_FALSE(scan.isCreated());
     EXPECT_FALSE(sort.isCreated(RadixSort::FlagSingle));
-    ASSERT_TRUE(sort.create(device, RadixSort::FlagsAll, scan, 3000, 64, 4));
+    Async async;
+    ASSERT_TRUE(async.init());
+    ASSERT_TRUE(sort.create(device, RadixSort::FlagsAll, scan, 3000, 64, 4, &async));
     EXPECT_TRUE(sort.getPrefixScan() == scan);
     EXPECT_TRUE(scan.isCreated(PrefixScan::FlagsAll));
 

@@ -137,14 +137,29 @@ int fail(const Options &options, const char *what) {
     return ExitFailed;
 }
 
-// Two levels of subgroups are the fastest; beyond 256 threads there is nothing to gain but size.
+// Largest size that groups of the scan can do, or those of the sort with counts that such groups scan.
+uint64_t get_limit(uint64_t scan_groups, uint64_t sort_groups = 8) {
+    return std::max(scan_groups * 4 * scan_groups * 4 * (sort_groups / 8), sort_groups * 4);
+}
+
+// A group whose subgroups are no more than one of them has lanes is the fastest; beyond 256 threads there is nothing to
+// gain but size.
 uint32_t get_groups(const Options &options, const Device::Features &features) {
     if(options.groups) return options.groups;
     const uint32_t subgroup = features.subgroupMath ? features.subgroupSize : 1;
     uint32_t groups = std::max(std::min(subgroup * subgroup, 256u), 64u);
-    const auto get_limit = [&](uint64_t g) { return g * 4 * g * 4 * (options.sort ? g / 8 : 1); };
-    while(get_limit(groups) < options.size && groups * 2 <= features.maxGroupSizeX) groups *= 2;
+    const auto get_most = [&]() {
+        return options.sort ? get_limit(features.maxGroupSizeX, groups) : get_limit(groups);
+    };
+    while(get_most() < options.size && groups * 2 <= features.maxGroupSizeX) groups *= 2;
     return groups;
+}
+
+// Threads of the scan that sorts the counts into their places: as many as the sort has, or what the size needs.
+uint32_t get_scan_groups(const Options &options, const Device::Features &features, uint32_t groups) {
+    uint32_t scan_groups = groups;
+    while(get_limit(scan_groups, groups) < options.size && scan_groups * 2 <= features.maxGroupSizeX) scan_groups *= 2;
+    return scan_groups;
 }
 
 // Fastest of some runs, each begun and ended on an idle device.
@@ -263,6 +278,10 @@ int run_sort(Device &device, const Options &options, Result &result) {
     RadixSort::Flags flags = RadixSort::FlagSingle;
     if(options.indirect) flags = flags | RadixSort::FlagIndirect;
     if(options.order) flags = flags | RadixSort::FlagOrder;
+    const uint32_t scan_groups = get_scan_groups(options, device.getFeatures(), result.groups);
+    const PrefixScan::Flags scan_flags =
+        options.indirect ? PrefixScan::FlagSingle | PrefixScan::FlagIndirect : PrefixScan::FlagSingle;
+    if(!scan.create(device, scan_flags, scan_groups)) return fail(options, "can't create the scan");
     if(!sort.create(device, flags, scan, options.size, result.groups)) return fail(options, "can't create the sort");
     if(options.size > std::max(sort.getMaxElements(), sort.getSortElements()))
         return fail(options, "groups of that many threads can't sort so much");
