@@ -41,7 +41,7 @@ bool RadixSort::create(Device *device, Flags flags, PrefixScan *scan, uint32_t s
                     groups, regions, size, features.maxGroupSizeX, GroupKernels::MaxGroups, max_size);
         return false;
     }
-    if(uint64_t(align4(size)) * 8 > features.maxStorageSize) {
+    if(features.maxStorageSize && uint64_t(align4(size)) * 8 > features.maxStorageSize) {
         Log::printf(Log::Error, "RadixSort::create(): can't use %u elements, the device binds %llu bytes\n", size,
                     static_cast<unsigned long long>(features.maxStorageSize));
         return false;
