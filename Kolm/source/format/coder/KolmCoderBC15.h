@@ -349,17 +349,18 @@ struct AlphaResult {
 // Errors stop counting here. The two ends of the range alone do better.
 constexpr int16_t error_top = 16383;
 
-// Nearest entry's squared distance, summed over the pixels, of sixteen palettes with one first end.
+// Nearest entry's squared distance, summed over the pixels, of sixteen palettes with one first end. Those that are not
+// valid get the top.
 template<bool eight>
-KOLM_INLINE Shorts get_alpha_errors(const AlphaBlock &block, int32_t alpha_0, const Shorts &alpha_1, int32_t top,
-                                    int32_t limit_error) {
+KOLM_INLINE Shorts get_alpha_errors(const AlphaBlock &block, int32_t alpha_0, const Shorts &alpha_1,
+                                    const Shorts &valid, int32_t top, int32_t limit_error) {
     Shorts alphas[6];
     constexpr int32_t num = eight ? 6 : 4;
     // Sums of at most 1788: the quotients are exact.
     for(int32_t k = 0; k < num; k++)
         alphas[k] = scale_shorts(alpha_1 * int16_t(k + 1) + int16_t((num - k) * alpha_0 + (num + 1) / 2),
                                  uint16_t(65536 / (num + 1) + 1));
-    Shorts sum(int16_t(0));
+    Shorts sum = select(valid, Shorts(int16_t(0)), Shorts(error_top));
     for(uint32_t i = 0; i < block.num; i++) {
         const Shorts value(block.values[i]);
         Shorts distance =
@@ -380,47 +381,95 @@ KOLM_INLINE Shorts get_alpha_errors(const AlphaBlock &block, int32_t alpha_0, co
 }
 
 // Sums of squares of what lies above and below a value: no palette between two ends does better than its ends allow.
+// Both are monotone. The 6-value palette has the two ends of the range as well, which may be nearer.
 struct AlphaBounds {
     int32_t above[256];
     int32_t below[256];
 };
+KOLM_INLINE void get_bounds(AlphaBounds &bounds, const AlphaBlock &block, bool eight, int32_t top) {
+    memset(&bounds, 0, sizeof(bounds));
+    for(uint32_t k = 0; k < block.num; k++) {
+        const int32_t v = block.values[k];
+        const int32_t count = block.counts[k];
+        const int32_t other = eight ? 256 : smaller(v, top - v);
+        for(int32_t i = 0; i < v; i++) bounds.above[i] += count * smaller((v - i) * (v - i), other * other);
+        for(int32_t i = v + 1; i < 256; i++) bounds.below[i] += count * smaller((v - i) * (v - i), other * other);
+    }
+}
+
+alignas(32) constexpr int16_t lane_numbers[NumLanes] = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15};
 
 // All pairs around the two ends in order; the first of the least errors stays.
 template<bool eight>
 void search_alphas(AlphaResult &result, const AlphaBlock &block, const AlphaBounds &bounds, int32_t base_0,
                    int32_t base_1, int32_t radius, int32_t top) {
-    const int32_t modulus = 256;
     for(int32_t i = -radius; i <= radius; i++) {
         if(result.error == 0) return;
-        const int32_t alpha_0 = (base_0 + i) & (modulus - 1);
+        const int32_t alpha_0 = (base_0 + i) & 255;
         if(alpha_0 > top) continue;
-        if((eight ? bounds.above[alpha_0] : bounds.below[alpha_0]) >= result.error) continue;
+        // The second ends that the form and the bounds allow, from lo to hi.
+        int32_t lo = eight ? 0 : alpha_0;
+        int32_t hi = eight ? smaller(alpha_0 - 1, top) : top;
+        const auto is_bounded = [&](int32_t alpha_1) KOLM_LAMBDA {
+            const int32_t error =
+                eight ? bounds.above[alpha_0] + bounds.below[alpha_1] : bounds.below[alpha_0] + bounds.above[alpha_1];
+            return error >= result.error;
+        };
+        if(eight)
+            while(hi >= lo && is_bounded(hi)) hi--;
+        else
+            while(hi >= lo && is_bounded(lo)) lo++;
+        if(hi < lo) continue;
         for(int32_t j = -radius; j <= radius; j += int32_t(NumLanes)) {
-            int16_t ends[NumLanes];
-            bool any = false;
-            for(uint32_t k = 0; k < NumLanes; k++) {
-                const int32_t alpha_1 = (base_1 + j + int32_t(k)) & (modulus - 1);
-                bool valid = (j + int32_t(k) <= radius) && alpha_1 <= top;
-                if(eight)
-                    valid = valid && alpha_1 < alpha_0 && bounds.above[alpha_0] + bounds.below[alpha_1] < result.error;
-                else
-                    valid = valid && alpha_0 <= alpha_1;
-                // Lanes that do not count get an end far outside.
-                ends[k] = int16_t(valid ? alpha_1 : -1);
-                any |= valid;
-            }
-            if(!any) continue;
-            const Shorts alpha_1 = Shorts::load(ends);
-            Shorts errors = get_alpha_errors<eight>(block, alpha_0, alpha_1, top, result.error);
-            errors = select(alpha_1 < Shorts(int16_t(0)), Shorts(int16_t(32767)), errors);
+            const Shorts lanes = Shorts::load(lane_numbers);
+            const Shorts alpha_1 = (lanes + int16_t(base_1 + j)) & int16_t(255);
+            const Shorts valid = (lanes < Shorts(int16_t(radius - j + 1))) & (alpha_1 < Shorts(int16_t(hi + 1))) &
+                                 (Shorts(int16_t(lo - 1)) < alpha_1);
+            if(!lanes_any(valid)) continue;
+            Shorts errors = get_alpha_errors<eight>(block, alpha_0, alpha_1, valid, top, result.error);
             const int32_t error = lanes_smallest(errors);
             if(error >= result.error) continue;
+            int16_t ends[NumLanes];
+            alpha_1.store(ends);
             result.error = error;
             result.alpha_0 = alpha_0;
             result.alpha_1 = ends[lanes_find(errors, int16_t(error))];
             result.eight = eight;
         }
     }
+}
+
+// The error of a good palette, found by moving each end in turn: what is no better need not be looked at.
+template<bool eight>
+KOLM_INLINE int32_t find_bound(const AlphaBlock &block, int32_t alpha_0, int32_t alpha_1, int32_t radius, int32_t top) {
+    int32_t ret = 0x7FFF;
+    int32_t ends[2] = {alpha_0, alpha_1};
+    for(uint32_t round = 0; round < 4; round++) {
+        // Sixteen places of the second end; the ends of a palette may change places.
+        const int32_t step = larger((radius * 2 + 15) / 16 >> (round & ~1u), 1);
+        const Shorts lanes = Shorts::load(lane_numbers);
+        const Shorts moved =
+            lanes_clamp(lanes * int16_t(step) + int16_t(ends[1] - step * 8), Shorts(int16_t(0)), Shorts(int16_t(top)));
+        // Those within the search: they are in the order of the form.
+        const int32_t lo = ((round & 1) ? alpha_0 : alpha_1) - radius;
+        const int32_t hi = ((round & 1) ? alpha_0 : alpha_1) + radius;
+        const bool falls = eight != ((round & 1) != 0);
+        Shorts valid = (Shorts(int16_t(lo - 1)) < moved) & (moved < Shorts(int16_t(hi + 1)));
+        if(falls)
+            valid = valid & (moved < Shorts(int16_t(eight ? ends[0] : ends[0] + 1)));
+        else
+            valid = valid & (Shorts(int16_t(eight ? ends[0] : ends[0] - 1)) < moved);
+        const Shorts errors = get_alpha_errors<eight>(block, ends[0], moved, valid, top, 0x7FFF);
+        const int32_t error = lanes_smallest(errors);
+        if(error < ret) {
+            int16_t values[NumLanes];
+            moved.store(values);
+            ret = error;
+            ends[1] = values[lanes_find(errors, int16_t(error))];
+        }
+        exchange(ends[0], ends[1]);
+    }
+    return ret;
 }
 
 void encode_alpha(uint8_t *dst, const uint8_t *src, uint32_t top_value, uint32_t flags) {
@@ -454,35 +503,22 @@ void encode_alpha(uint8_t *dst, const uint8_t *src, uint32_t top_value, uint32_t
     append(min_value);
     for(uint32_t i = 0; i < NumLanes; i++) append(src[i]);
 
-    AlphaBounds bounds;
-    for(int32_t i = 0; i < 256; i++) {
-        bounds.above[i] = 0;
-        bounds.below[i] = 0;
-    }
-    for(uint32_t k = 0; k < block.num; k++) {
-        const int32_t v = block.values[k];
-        for(int32_t i = 0; i < v; i++) bounds.above[i] += block.counts[k] * (v - i) * (v - i);
-        for(int32_t i = v + 1; i < 256; i++) bounds.below[i] += block.counts[k] * (v - i) * (v - i);
-    }
     const auto get_radius = [flags](int32_t range)
                                 KOLM_LAMBDA { return (flags & CoderFast) ? (7 + range) / 8 : (3 + range) / 4; };
-    // The errors of the plain ends bound both searches from the start; the searches come to them again.
-    const auto get_bound = [&](bool eight, int32_t alpha_0, int32_t alpha_1) KOLM_LAMBDA {
-        const Shorts ends{int16_t(alpha_1)};
-        const Shorts errors = eight ? get_alpha_errors<true>(block, alpha_0, ends, top, 0x7FFFFFFF)
-                                    : get_alpha_errors<false>(block, alpha_0, ends, top, 0x7FFFFFFF);
-        return int32_t(lanes_smallest(errors)) + 1;
-    };
-    AlphaResult result = {get_bound(true, max_value, min_value), max_value, min_value, true};
-    search_alphas<true>(result, block, bounds, max_value, min_value, get_radius(max_value - min_value), top);
+    AlphaBounds bounds;
+    int32_t radius = get_radius(max_value - min_value);
+    get_bounds(bounds, block, true, top);
+    AlphaResult result = {find_bound<true>(block, max_value, min_value, radius, top) + 1, max_value, min_value, true};
+    search_alphas<true>(result, block, bounds, max_value, min_value, radius, top);
     if(result.error) {
         if(inner_max < 0) {
             result = {0, 0, top, false};
         } else {
-            // Values at the two ends cost nothing here, and no bound applies to them.
-            AlphaBounds inner = {};
-            result.error = smaller(result.error, get_bound(false, inner_min, inner_max));
-            search_alphas<false>(result, block, inner, inner_min, inner_max, get_radius(inner_max - inner_min), top);
+            radius = get_radius(inner_max - inner_min);
+            get_bounds(bounds, block, false, top);
+            const int32_t bound = find_bound<false>(block, inner_min, inner_max, radius, top) + 1;
+            result.error = smaller(result.error, bound);
+            search_alphas<false>(result, block, bounds, inner_min, inner_max, radius, top);
         }
     }
 

@@ -84,6 +84,29 @@ KOLM_INLINE Shorts scale_shorts(const Shorts &value, uint16_t scale) {
     return ret;
 }
 
+// The same as for other lanes, for shorts that are not negative.
+KOLM_INLINE int16_t lanes_smallest(const Shorts &a) {
+#if KOLM_CODER_BYTES == 32
+    const __m256i v = __m256i(a.v[0]);
+    const __m128i half = _mm_min_epu16(_mm256_castsi256_si128(v), _mm256_extracti128_si256(v, 1));
+    return int16_t(_mm_extract_epi16(_mm_minpos_epu16(half), 0));
+#elif KOLM_CODER_BYTES && defined(__x86_64__)
+    return int16_t(_mm_extract_epi16(_mm_minpos_epu16(_mm_min_epu16(__m128i(a.v[0]), __m128i(a.v[1]))), 0));
+#elif KOLM_CODER_BYTES && defined(__aarch64__)
+    return vminvq_s16(vminq_s16(int16x8_t(a.v[0]), int16x8_t(a.v[1])));
+#else
+    int16_t ret = a.v[0];
+    for(uint32_t i = 1; i < NumLanes; i++) ret = (a.v[i] < ret) ? a.v[i] : ret;
+    return ret;
+#endif
+}
+// True if the mask is set in a lane.
+KOLM_INLINE bool lanes_any(const Shorts &mask) {
+    uint64_t words[4];
+    memcpy(words, &mask, sizeof(words));
+    return ((words[0] | words[1]) | (words[2] | words[3])) != 0;
+}
+
 } // namespace
 
 } // namespace Kolm

@@ -2,9 +2,9 @@
 
 #pragma once
 
+#include "KolmCoderBytes.h"
 #include "KolmCoderKernels.h"
 #include "KolmCoderTablesETC2.h"
-#include "KolmCoderVector.h"
 
 namespace Kolm {
 

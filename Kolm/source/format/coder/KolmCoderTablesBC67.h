@@ -73,6 +73,27 @@ struct BC6Offsets {
 };
 inline constexpr BC6Offsets bc6_offsets;
 
+/// The same as runs of rising bits, for reading: the first bit and the length, which is 0 behind the last run.
+struct BC6Runs {
+    uint8_t bits[BC6Modes][40];
+    uint8_t sizes[BC6Modes][40];
+
+    constexpr BC6Runs() : bits{}, sizes{} {
+        for(uint32_t m = 0; m < BC6Modes; m++) {
+            uint32_t num = 0;
+            for(const uint8_t *bit = bc6_offsets.bits[m]; *bit != 0xFF; bit++) {
+                if(num && *bit == bits[m][num - 1] + sizes[m][num - 1]) {
+                    sizes[m][num - 1]++;
+                } else {
+                    bits[m][num] = *bit;
+                    sizes[m][num++] = 1;
+                }
+            }
+        }
+    }
+};
+inline constexpr BC6Runs bc6_runs;
+
 struct BC7Mode {
     uint8_t subsets;
     uint8_t partition_bits;

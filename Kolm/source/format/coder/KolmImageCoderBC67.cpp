@@ -72,8 +72,10 @@ void ImageCoderBC67::decode_color6(uint8_t *dst, uint32_t width, uint32_t height
         const uint32_t subsets = (index < BC6PartitionModes) ? 2 : 1;
         reader.get(mode.value_bits);
         int32_t colors[3][4] = {};
-        for(const uint8_t *bit = bc6_offsets.bits[index]; *bit != 0xFF; bit++)
-            colors[*bit >> 6][(*bit >> 4) & 3] |= int32_t(reader.get(1) << (*bit & 15));
+        for(uint32_t i = 0; bc6_runs.sizes[index][i]; i++) {
+            const uint32_t bit = bc6_runs.bits[index][i];
+            colors[bit >> 6][(bit >> 4) & 3] |= int32_t(reader.get(bc6_runs.sizes[index][i]) << (bit & 15));
+        }
         for(uint32_t c = 0; c < 3; c++) {
             if(is_signed) colors[c][0] = extend_sign(colors[c][0], mode.bits);
             for(uint32_t i = 1; i < subsets * 2; i++) {
