@@ -380,24 +380,34 @@ KOLM_INLINE Shorts get_alpha_errors(const AlphaBlock &block, int32_t alpha_0, co
     return sum;
 }
 
-// Sums of squares of what lies above and below a value: no palette between two ends does better than its ends allow.
-// Both are monotone. The 6-value palette has the two ends of the range as well, which may be nearer.
+alignas(32) constexpr int16_t lane_numbers[NumLanes] = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15};
+
+// Sums of squares of what lies above and below a value, up to the top: no palette between two ends does better than its
+// ends allow. Both are monotone. The 6-value palette has the two ends of the range as well, which may be nearer.
 struct AlphaBounds {
-    int32_t above[256];
-    int32_t below[256];
+    int16_t above[256];
+    int16_t below[256];
 };
-KOLM_INLINE void get_bounds(AlphaBounds &bounds, const AlphaBlock &block, bool eight, int32_t top) {
-    memset(&bounds, 0, sizeof(bounds));
-    for(uint32_t k = 0; k < block.num; k++) {
-        const int32_t v = block.values[k];
-        const int32_t count = block.counts[k];
-        const int32_t other = eight ? 256 : smaller(v, top - v);
-        for(int32_t i = 0; i < v; i++) bounds.above[i] += count * smaller((v - i) * (v - i), other * other);
-        for(int32_t i = v + 1; i < 256; i++) bounds.below[i] += count * smaller((v - i) * (v - i), other * other);
+// Those of the places within a radius of a value, or of all if some of these wrap around.
+KOLM_INLINE void get_bounds(int16_t bounds[256], const AlphaBlock &block, bool above, bool eight, int32_t middle,
+                            int32_t radius, int32_t top) {
+    const bool wraps = middle < radius || middle + radius > 255;
+    const int32_t begin = wraps ? 0 : (middle - radius) & ~15;
+    const int32_t end = wraps ? 256 : middle + radius + 1;
+    for(int32_t i = begin; i < end; i += int32_t(NumLanes)) {
+        const Shorts places = Shorts::load(lane_numbers) + int16_t(i);
+        Shorts sum(int16_t(0));
+        for(uint32_t k = 0; k < block.num; k++) {
+            const Shorts value(block.values[k]);
+            const int32_t other = eight ? 127 : smaller(smaller(int32_t(block.values[k]), top - block.values[k]), 127);
+            const Shorts distance =
+                lanes_clamp(above ? value - places : places - value, Shorts(int16_t(0)), Shorts(int16_t(other)));
+            const Shorts square = lanes_min(distance * distance, Shorts(error_top));
+            for(int32_t n = 0; n < block.counts[k]; n++) sum = lanes_min(sum + square, Shorts(error_top));
+        }
+        sum.store(bounds + i);
     }
 }
-
-alignas(32) constexpr int16_t lane_numbers[NumLanes] = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15};
 
 // All pairs around the two ends in order; the first of the least errors stays.
 template<bool eight>
@@ -408,8 +418,11 @@ void search_alphas(AlphaResult &result, const AlphaBlock &block, const AlphaBoun
         const int32_t alpha_0 = (base_0 + i) & 255;
         if(alpha_0 > top) continue;
         // The second ends that the form and the bounds allow, from lo to hi.
-        int32_t lo = eight ? 0 : alpha_0;
-        int32_t hi = eight ? smaller(alpha_0 - 1, top) : top;
+        const bool wraps = base_1 < radius || base_1 + radius > 255;
+        const int32_t first = wraps ? 0 : base_1 - radius;
+        const int32_t last = wraps ? top : smaller(base_1 + radius, top);
+        int32_t lo = eight ? first : larger(alpha_0, first);
+        int32_t hi = eight ? smaller(alpha_0 - 1, last) : last;
         const auto is_bounded = [&](int32_t alpha_1) KOLM_LAMBDA {
             const int32_t error =
                 eight ? bounds.above[alpha_0] + bounds.below[alpha_1] : bounds.below[alpha_0] + bounds.above[alpha_1];
@@ -507,7 +520,8 @@ void encode_alpha(uint8_t *dst, const uint8_t *src, uint32_t top_value, uint32_t
                                 KOLM_LAMBDA { return (flags & CoderFast) ? (7 + range) / 8 : (3 + range) / 4; };
     AlphaBounds bounds;
     int32_t radius = get_radius(max_value - min_value);
-    get_bounds(bounds, block, true, top);
+    get_bounds(bounds.above, block, true, true, max_value, radius, top);
+    get_bounds(bounds.below, block, false, true, min_value, radius, top);
     AlphaResult result = {find_bound<true>(block, max_value, min_value, radius, top) + 1, max_value, min_value, true};
     search_alphas<true>(result, block, bounds, max_value, min_value, radius, top);
     if(result.error) {
@@ -515,7 +529,8 @@ void encode_alpha(uint8_t *dst, const uint8_t *src, uint32_t top_value, uint32_t
             result = {0, 0, top, false};
         } else {
             radius = get_radius(inner_max - inner_min);
-            get_bounds(bounds, block, false, top);
+            get_bounds(bounds.below, block, false, false, inner_min, radius, top);
+            get_bounds(bounds.above, block, true, false, inner_max, radius, top);
             const int32_t bound = find_bound<false>(block, inner_min, inner_max, radius, top) + 1;
             result.error = smaller(result.error, bound);
             search_alphas<false>(result, block, bounds, inner_min, inner_max, radius, top);
