@@ -24,6 +24,11 @@ public:
     void SetUp() override;
     void TearDown() override;
 
+    /// Messages of the validation layer since the start of the process that a test allowed.
+    static uint32_t getNumKnownMessages();
+    /// What any device of a test had.
+    static const Kolm::Device::Features &getUnitedFeatures();
+
 protected:
     using BufferPtr = std::unique_ptr<Kolm::Buffer>;
     using KernelPtr = std::unique_ptr<Kolm::Kernel>;

@@ -272,6 +272,11 @@ void RecorderMisuse::add_command_rows() {
          "Compute::copyTexture(): invalid src texture: stars texture (2D RGBAu8n 16x16 m5 Mipmaps) needs the flag "
          "Source"},
         {[&] { device.setTexture(texture.get(), Image()); }, "Device::setTexture(): target is enabled"},
+        {[&] { device.setBuffer(data.get(), 0, "1234", 4); }, "Device::setBuffer(): target is enabled"},
+        {[&] { device.getBuffer(data.get(), 0, data.get(), 4); }, "Device::getBuffer(): target is enabled"},
+        {[&] { device.copyBuffer(data.get(), 0, data.get(), 64, 64); }, "Device::copyBuffer(): target is enabled"},
+        {[&] { device.clearBuffer(data.get()); }, "Device::clearBuffer(): target is enabled"},
+        {[&] { device.createMipmaps(texture.get()); }, "Device::createMipmaps(): target is enabled"},
     };
     rows.insert(rows.end(), std::begin(list), std::end(list));
 }

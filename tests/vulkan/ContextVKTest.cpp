@@ -7,7 +7,9 @@
 #include "GpuTest.h"
 #include "KolmBackend.h"
 #include "VKBuffer.h"
+#include "VKLayouts.h"
 #include "VKOffscreen.h"
+#include "VKPasses.h"
 
 using namespace Kolm;
 
@@ -252,37 +254,6 @@ TEST_F(ContextVKTest, command_devices) {
     EXPECT_EQ(getWords(buffer.get())[7], 4u);
 }
 
-// Devices that lack one of the extensions work without it.
-TEST_F(ContextVKTest, hidden_extensions) {
-    const std::vector<uint32_t> words = compile(R"(#version 450
-        layout(local_size_x = 1) in;
-        layout(std430, binding = 0) buffer Data { uint data; };
-        void main() { data += 1u; })");
-    for(const char *name : {
-#define VK_EXTENSION(NAME, FLAG, CORE) NAME,
-#include "VKExtensions.inc"
-        }) {
-        SCOPED_TRACE(name);
-        device.reset();
-        offscreen.reset();
-        VK::hideAdapterExtension(nullptr);
-        VK::hideAdapterExtension(name);
-        offscreen.reset(new VKOffscreen());
-        ASSERT_TRUE(offscreen->create());
-        device.reset(new VKDevice(offscreen.get()));
-        KernelPtr kernel = createKernel(words, 0, 1);
-        BufferPtr buffer = createBuffer(Buffer::FlagStorage | Buffer::FlagSource, std::vector<uint32_t>(1, 41));
-        ASSERT_TRUE(kernel && buffer);
-        ComputePtr compute = createCompute();
-        compute->setKernel(kernel.get());
-        compute->setStorageBuffer(0, buffer.get());
-        compute->dispatch(1, 1, 1);
-        compute.reset();
-        EXPECT_EQ(getWords(buffer.get())[0], 42u);
-    }
-    VK::hideAdapterExtension(nullptr);
-}
-
 TEST_F(ContextVKTest, outside_device) {
     // The device that this test made is the outside one.
     VKOffscreen wrapped;
@@ -324,6 +295,10 @@ TEST_F(VKMisuse, ends_the_process) {
                      "frame->command_index < MaxFlushes && \"VKContext::flush(): too many commands in the frame\"");
     EXPECT_ASSERTION(run([](VKDevice &device) { device.getAdapter()->create(); }),
                      "!isCreated() && \"VKAdapter::create(): is already created\"");
+    // Arrays by adapter have eight places.
+    EXPECT_ASSERTION(VKLayouts::get(8),
+                     "adapter_index < VK::MaxAdapters && \"VKLayouts::get(): invalid adapter index\"");
+    EXPECT_ASSERTION(VKPasses::get(8), "adapter_index < VK::MaxAdapters && \"VKPasses::get(): invalid adapter index\"");
 }
 
 // Without a library, and with a library but without a driver.

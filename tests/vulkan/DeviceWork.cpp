@@ -1,6 +1,8 @@
 #include "DeviceWork.h"
 
 #include <memory>
+#include <stdio.h>
+#include <stdlib.h>
 #include <string.h>
 
 #include "KolmImage.h"
@@ -392,6 +394,27 @@ bool draw_blended(VKDevice &device) {
         [](Pipeline &p) { p.setBlend(Pipeline::BlendOpAdd, Pipeline::BlendFuncSrc1Color, Pipeline::BlendFuncZero); });
 }
 
+/// Whether a pipeline with something beyond the usual state can be created.
+bool create_pipeline(VKDevice &device, void (*describe)(Pipeline &)) {
+    Ptr<Pipeline> pipeline(device.createPipeline());
+    pipeline->setColorFormat(FormatRGBAu8n);
+    describe(*pipeline);
+    return pipeline->createShaderGLSL(Shader::TypeVertex, cover_vertex) &&
+           pipeline->createShaderGLSL(Shader::TypeFragment, white_fragment) && pipeline->create();
+}
+bool fill_lines(VKDevice &device) {
+    return create_pipeline(device, [](Pipeline &p) { p.setFillMode(Pipeline::FillModeLine); });
+}
+bool clamp_depth(VKDevice &device) {
+    return create_pipeline(device, [](Pipeline &p) { p.setDepthClip(false); });
+}
+
+bool clear_cubes(VKDevice &device) {
+    Ptr<Texture> texture(device.createTextureCube(FormatRGBAu8n, 8, 3, Texture::FlagSource));
+    const uint32_t value = 0x11223344;
+    return texture && device.clearTexture(texture.get(), &value) && has_pixels(device, texture.get(), value);
+}
+
 // Colour and depth of four samples, both resolved.
 bool resolve_samples(VKDevice &device) {
     const Texture::Flags flags = target_flags | Texture::FlagMultisample4;
@@ -684,6 +707,9 @@ const std::vector<DeviceWork> &DeviceWork::getList() {
          draw_mesh,
          {"EXT_mesh_shader", "KHR_spirv_1_4", "KHR_shader_float_controls", "MeshShaderFeatures.1"}},
         {"two sources of blending", draw_blended, {"dualSrcBlend"}},
+        {"lines", fill_lines, {"fillModeNonSolid"}},
+        {"no depth clip", clamp_depth, {"depthClamp"}},
+        {"cube array", clear_cubes, {"imageCubeArray"}},
         {"resolve", resolve_samples, {"KHR_create_renderpass2", "KHR_depth_stencil_resolve"}},
         {"command devices", execute_commands, {}},
         {"sub-devices", use_sub_devices, {}},
@@ -699,8 +725,14 @@ const std::vector<DeviceWork> &DeviceWork::getList() {
           "KHR_deferred_host_operations", "KHR_buffer_device_address", "EXT_descriptor_indexing",
           "EXT_host_query_reset", "AccelerationStructureFeatures.0", "RayTracingPipelineFeatures.0",
           "BufferDeviceAddressFeatures.0", "HostQueryResetFeatures.0"}},
-        {"buffer table", read_buffer_table, {"EXT_descriptor_indexing"}},
-        {"texture table", read_texture_table, {"EXT_descriptor_indexing"}},
+        {"buffer table",
+         read_buffer_table,
+         {"EXT_descriptor_indexing", "DescriptorIndexingFeatures.5", "DescriptorIndexingFeatures.13",
+          "DescriptorIndexingFeatures.17", "shaderStorageBufferArrayDynamicIndexing"}},
+        {"texture table",
+         read_texture_table,
+         {"EXT_descriptor_indexing", "DescriptorIndexingFeatures.4", "DescriptorIndexingFeatures.11",
+          "DescriptorIndexingFeatures.17", "shaderSampledImageArrayDynamicIndexing"}},
         {"sparse buffer", bind_sparse_buffer, {"sparseBinding", "sparseResidencyBuffer"}},
         {"sparse texture", bind_sparse_texture, {"sparseBinding", "sparseResidencyImage2D"}},
         {"times", run_query<Query::TypeTime>, {"EXT_host_query_reset", "HostQueryResetFeatures.0"}},
@@ -713,4 +745,12 @@ const std::vector<DeviceWork> &DeviceWork::getList() {
         {"minimum filter", filter_minimum, {"EXT_sampler_filter_minmax"}},
     };
     return list;
+}
+
+const DeviceWork &DeviceWork::get(const std::string &name) {
+    for(const DeviceWork &work : getList()) {
+        if(name == work.name) return work;
+    }
+    fprintf(stderr, "no work \"%s\"\n", name.c_str());
+    abort();
 }

@@ -86,9 +86,15 @@ template<Hook hook, class Args> void watch(const Args &args) {
     if constexpr(hook == Hook_vkCmdDraw) {
         if(std::get<4>(args)) FeatureUse::use("baseInstanceIndex");
     }
-    if constexpr(hook == Hook_vkCmdDrawIndirectCount || hook == Hook_vkCmdDrawIndexedIndirectCount)
-        FeatureUse::use("drawIndirectCount");
-    if constexpr(hook == Hook_vkCmdDrawMeshTasksIndirectCountEXT) FeatureUse::use("taskIndirectCount");
+    if constexpr(hook == Hook_vkCmdDrawIndexed) {
+        if(std::get<5>(args)) FeatureUse::use("baseInstanceIndex");
+    }
+    if constexpr(hook == Hook_vkCmdDrawIndirect || hook == Hook_vkCmdDrawIndexedIndirect) {
+        if(std::get<3>(args) > 1) FeatureUse::use("drawIndirectCount");
+    }
+    if constexpr(hook == Hook_vkCmdDrawMeshTasksIndirectEXT) {
+        if(std::get<3>(args) > 1) FeatureUse::use("taskIndirectCount");
+    }
     if constexpr(hook == Hook_vkCmdBeginConditionalRenderingEXT) FeatureUse::use("conditionalRendering");
     if constexpr(hook == Hook_vkCmdTraceRaysKHR) FeatureUse::use("rayTracing");
 }

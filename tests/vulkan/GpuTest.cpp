@@ -1,6 +1,8 @@
 #include "GpuTest.h"
 
+#include <algorithm>
 #include <stdlib.h>
+#include <string.h>
 #include <sys/utsname.h>
 #include <unistd.h>
 
@@ -43,12 +45,25 @@ void GpuTest::SetUpTestSuite() {
     }
 }
 
+static uint32_t num_known_messages = 0;
+static Device::Features united_features;
+
+uint32_t GpuTest::getNumKnownMessages() { return num_known_messages; }
+const Device::Features &GpuTest::getUnitedFeatures() { return united_features; }
+
 bool GpuTest::append_line(Log::Level level, size_t, const char *text, void *data) {
     GpuTest *test = static_cast<GpuTest *>(data);
     std::lock_guard<std::mutex> guard(test->mutex);
     test->lines.push_back({level, text});
+    if(strncmp(text, "VK::debug()", 11)) return true;
+    bool known = false;
+    for(const std::string &allowed_text : test->allowed) known |= (strstr(text, allowed_text.c_str()) != nullptr);
+    num_known_messages += known;
     return true;
 }
+
+static void unite(bool &united, bool value) { united |= value; }
+template<class Type> static void unite(Type &united, Type value) { united = std::max(united, value); }
 
 void GpuTest::SetUp() {
     memory = Allocator::getMemory();
@@ -59,6 +74,9 @@ void GpuTest::SetUp() {
     ASSERT_TRUE(offscreen->create()) << "no Vulkan device: install the software driver";
     ASSERT_TRUE(VK::checkLayer("KHRONOS_validation")) << "the validation layer is not installed";
     device.reset(new VKDevice(offscreen.get()));
+    const Device::Features &features = device->getFeatures();
+#define FEATURE(TYPE, NAME) unite(united_features.NAME, features.NAME);
+#include "KolmDeviceFeatures.inc"
 }
 
 void GpuTest::TearDown() {

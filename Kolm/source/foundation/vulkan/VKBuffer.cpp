@@ -227,7 +227,7 @@ bool VKBuffer::create_objects() {
     if(buffer_flags & (FlagAddress | FlagTracing | FlagScratch)) {
         auto info = vk_record<VkBufferDeviceAddressInfo>(VK_STRUCTURE_TYPE_BUFFER_DEVICE_ADDRESS_INFO);
         info.buffer = buffer;
-        buffer_address = vkGetBufferDeviceAddress(device, &info);
+        buffer_address = adapter->vkGetBufferDeviceAddress(device, &info);
     }
     if(buffer_name) setName(String(buffer_name).get());
     return true;

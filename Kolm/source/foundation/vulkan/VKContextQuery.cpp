@@ -48,7 +48,7 @@ bool VKContext::reserveQueries(QueryType type, uint32_t num) {
         Log::printf(Log::Error, "VKContext::reserveQueries(): can't create query pool\n");
         return false;
     }
-    vkResetQueryPool(device, pool, 0, count);
+    adapter->vkResetQueryPool(device, pool, 0, count);
     query_pools.append(pool);
     for(uint32_t i = 0; i < count; i++) results.append(QueryResult{pool, count - i - 1, type});
     return true;
@@ -72,7 +72,7 @@ void VKContext::releaseQueries() {
 void VKContext::recycle_queries() {
     for(uint32_t i = 0; i < frame->queries.size(); i++) {
         const QueryResult &result = frame->queries[i];
-        vkResetQueryPool(device, result.pool, result.index, 1);
+        adapter->vkResetQueryPool(device, result.pool, result.index, 1);
         queries[result.type].append(result);
     }
     frame->queries.clear();

@@ -101,14 +101,14 @@ bool VKFence::wait_value(uint64_t value, uint64_t timeout) const {
     VkResult result = VK_SUCCESS;
     if(timeline && timeout == 0) {
         uint64_t reached = 0;
-        result = vkGetSemaphoreCounterValue(device, timeline->semaphore, &reached);
+        result = adapter->vkGetSemaphoreCounterValue(device, timeline->semaphore, &reached);
         if(result == VK_SUCCESS && reached < value) return false;
     } else if(timeline) {
         auto info = vk_record<VkSemaphoreWaitInfo>(VK_STRUCTURE_TYPE_SEMAPHORE_WAIT_INFO);
         info.semaphoreCount = 1;
         info.pSemaphores = &timeline->semaphore;
         info.pValues = &value;
-        result = vkWaitSemaphores(device, &info, timeout);
+        result = adapter->vkWaitSemaphores(device, &info, timeout);
     } else if(signal_fence) {
         result = adapter->vkWaitForFences(device, 1, &signal_fence->fence, VK_TRUE, timeout);
     }

@@ -242,6 +242,20 @@ bool VKPipeline::check_features() const {
     return true;
 }
 
+// What is drawn to has a format that the device draws to.
+bool VKPipeline::check_formats() const {
+    const auto check = [this](Format format, VkFormatFeatureFlagBits feature) {
+        const VkFormat vk_format = getVKFormat(format);
+        if(vk_format != VK_FORMAT_UNDEFINED && adapter->checkFormatFeatures(vk_format, feature)) return true;
+        Log::printf(Log::Error, "VKPipeline::create(): %s targets are not supported\n", getFormatName(format));
+        return false;
+    };
+    for(uint32_t i = 0; i < num_targets; i++) {
+        if(!check(targets[i].format, VK_FORMAT_FEATURE_COLOR_ATTACHMENT_BIT)) return false;
+    }
+    return depth_format == FormatUnknown || check(depth_format, VK_FORMAT_FEATURE_DEPTH_STENCIL_ATTACHMENT_BIT);
+}
+
 VkRenderPass VKPipeline::get_render_pass() const {
     VKPasses::Key key;
     key.num_colors = num_targets;
@@ -414,7 +428,7 @@ bool VKPipeline::create_pipeline() {
 
 bool VKPipeline::create() {
     release();
-    if(!check_shaders() || !check_features()) return false;
+    if(!check_shaders() || !check_features() || !check_formats()) return false;
     VkShaderStageFlags stages = 0;
     for(const Shader *shader : shaders) {
         if(shader) stages |= VKShader::getStageFlags(Shader::Mask(1u << shader->getType()));

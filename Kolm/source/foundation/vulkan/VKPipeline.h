@@ -40,6 +40,7 @@ private:
 
     bool check_shaders() const;
     bool check_features() const;
+    bool check_formats() const;
     VkRenderPass get_render_pass() const;
     bool create_stages(State &state) const;
     bool create_vertices(State &state) const;

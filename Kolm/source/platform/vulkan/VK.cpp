@@ -285,7 +285,7 @@ bool VK::load_functions(PFN_vkGetInstanceProcAddr func) {
 #include "VKFunctions.inc"
     };
     for(const auto &function : functions) {
-        const PFN_vkVoidFunction ptr = findFunction(instance, func, function.name);
+        const PFN_vkVoidFunction ptr = findFunction(instance, func, function.name, version < VK_API_VERSION_1_1);
         *function.func = reinterpret_cast<void *>(ptr);
         if(ptr == nullptr && !function.optional) {
             Log::printf(Log::Error, "VK::open(): can't find \"%s\" function\n", function.name);

@@ -96,14 +96,15 @@ public:
     /// Takes effect at the next open(). For tests and tools; null for none.
     static void setLayer(Layer new_layer) { layer = new_layer; }
 
-    /// Looks \p name up as it is, then with the suffixes of extensions.
+    /// Looks \p name up as it is, then with the suffixes of extensions. With \p is_old the name without suffix comes
+    /// last: loaders and layers give pointers for core functions of later versions too, behind which there is nothing.
     template<class Handle, class Func>
-    static PFN_vkVoidFunction findFunction(Handle handle, Func func, const char *name) {
+    static PFN_vkVoidFunction findFunction(Handle handle, Func func, const char *name, bool is_old = false) {
+        static constexpr const char *suffixes[] = {"", "KHR", "EXT", "AMD", "NV"};
         PFN_vkVoidFunction ptr = nullptr;
-        for(const char *suffix : {"", "KHR", "EXT", "AMD", "NV"}) {
-            const StringStack<128> full_name = StringStack<128>(name) + suffix;
+        for(uint32_t i = 0; i < 5 && ptr == nullptr; i++) {
+            const StringStack<128> full_name = StringStack<128>(name) + suffixes[(i + (is_old ? 1 : 0)) % 5];
             ptr = func(handle, full_name.get());
-            if(ptr) break;
         }
         return layer ? layer(name, ptr) : ptr;
     }

@@ -34,6 +34,7 @@ void VKAdapter::load_properties() {
         vk_record<VkPhysicalDeviceFeatures2>(VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_FEATURES_2, chain_features());
     vkGetPhysicalDeviceFeatures2(adapters[0], &features);
     p.features = features.features;
+    check_flags();
 
     auto properties = vk_record<VkPhysicalDeviceProperties2>(VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_PROPERTIES_2);
 #define VK_PROPERTIES(NAME, RECORD, TYPE, CONDITION) \
@@ -73,15 +74,46 @@ void VKAdapter::load_flags(uint32_t core_version) {
 #define VK_EXTENSION(NAME, FLAG, CORE) \
     FLAG = !VK::isHiddenExtension(NAME) && (checkExtension(NAME) || is_core(core_version, CORE));
 #include "VKExtensions.inc"
-    // An extension stands on others.
+    check_dependencies();
+    // The marker extension is the fallback for debug utils and can't be enabled beside them.
+    if(VK::hasDebugUtils()) has_debug_marker_ext = false;
+}
+
+// An extension stands on others.
+void VKAdapter::check_dependencies() {
     has_spirv_1_4 &= has_shader_float_controls;
     has_acceleration_structure &=
         has_deferred_host_operations && has_buffer_device_address && has_descriptor_indexing_ext;
     has_ray_tracing_pipeline &= has_acceleration_structure && has_spirv_1_4;
     has_ray_query &= has_acceleration_structure && has_spirv_1_4;
     has_mesh_shader_ext &= has_spirv_1_4;
-    // The marker extension is the fallback for debug utils and can't be enabled beside them.
-    if(VK::hasDebugUtils()) has_debug_marker_ext = false;
+}
+
+// An extension without the feature that it is about is none, and takes along what stands on it.
+void VKAdapter::check_flags() {
+    Properties &p = *adapter_properties;
+    const struct {
+        bool &flag;
+        VkBool32 feature;
+    } rows[] = {
+        {has_timeline_semaphore, p.memberTimelineSemaphoreFeatures.timelineSemaphore},
+        {has_host_query_reset_ext, p.memberHostQueryResetFeatures.hostQueryReset},
+        {has_buffer_device_address, p.memberBufferDeviceAddressFeatures.bufferDeviceAddress},
+        {has_subgroup_size_control_ext, p.memberSubgroupSizeFeatures.subgroupSizeControl},
+        {has_acceleration_structure, p.memberAccelerationStructureFeatures.accelerationStructure},
+        {has_ray_tracing_pipeline, p.memberRayTracingPipelineFeatures.rayTracingPipeline},
+        {has_ray_query, p.memberRayQueryFeatures.rayQuery},
+        {has_conditional_rendering_ext, p.memberConditionalRenderingFeatures.conditionalRendering},
+        {has_mesh_shader_ext, p.memberMeshShaderFeatures.meshShader},
+        {has_cooperative_matrix, p.memberCooperativeMatrixFeatures.cooperativeMatrix},
+    };
+    for(const auto &row : rows) row.flag &= (row.feature != VK_FALSE);
+    if(api_version >= VK_API_VERSION_1_1)
+        has_shader_draw_parameters &= (p.memberShaderDrawFeatures.shaderDrawParameters != VK_FALSE);
+    check_dependencies();
+#define VK_FEATURES(NAME, RECORD, TYPE, CONDITION) \
+    if(!(CONDITION)) p.member##NAME = {};
+#include "VKFeatures.inc"
 }
 
 // Links all feature records whose condition holds and returns the first.
@@ -274,8 +306,9 @@ bool VKAdapter::load_functions() {
 #define VK_DEVICE_OPTIONAL(NAME) {#NAME, reinterpret_cast<void **>(&NAME), true},
 #include "VKFunctions.inc"
     };
+    const bool is_old = (api_version < VK_API_VERSION_1_2);
     for(const auto &function : functions) {
-        const PFN_vkVoidFunction ptr = VK::findFunction(device, vkGetDeviceProcAddr, function.name);
+        const PFN_vkVoidFunction ptr = VK::findFunction(device, vkGetDeviceProcAddr, function.name, is_old);
         *function.func = reinterpret_cast<void *>(ptr);
         if(ptr == nullptr && !function.optional) {
             Log::printf(Log::Error, "VKAdapter::create(): can't find \"%s\" function\n", function.name);

@@ -218,6 +218,8 @@ private:
     void disable_features(VkPhysicalDeviceFeatures &features);
     void load_limits();
     void load_flags(uint32_t core_version);
+    void check_flags();
+    void check_dependencies();
     void create_memory();
     bool load_functions();
     void *chain_features();
