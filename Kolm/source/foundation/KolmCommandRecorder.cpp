@@ -103,7 +103,7 @@ void CommandRecorder::setScissors(const Scissor *src, uint32_t num) {
 
 CommandRecorder::SlotKind CommandRecorder::get_vertex_kind() {
     return {"vertex", Buffer::FlagVertex, TransientVertex, vertices, (pipeline) ? pipeline->getNumVertices() : 0, 4, 0,
-            false,    UpdateVertex,       UpdateVertex};
+            false,    UpdateVertex,       UpdateVertex,    nullptr};
 }
 
 CommandRecorder::SlotKind CommandRecorder::get_index_kind(const Caller &caller, Format format) {
@@ -115,7 +115,7 @@ CommandRecorder::SlotKind CommandRecorder::get_index_kind(const Caller &caller, 
     if(index_format != format) update_mask |= UpdateIndex;
     index_format = format;
     return {"index", Buffer::FlagIndex, TransientIndex, &index, 1, get_index_size(), 0,
-            false,   UpdateIndex,       UpdateIndex};
+            false,   UpdateIndex,       UpdateIndex,    nullptr};
 }
 
 void *CommandRecorder::getVertexData(uint32_t slot, size_t size) {

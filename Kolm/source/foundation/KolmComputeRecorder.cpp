@@ -57,18 +57,19 @@ void ComputeRecorder::dispatch(uint32_t width, uint32_t height, uint32_t depth) 
         if(record_trace(width, height, depth)) update_mask = 0;
         return;
     }
-    const uint32_t groups[] = {get_groups(caller, "width", width, kernel->getGroupWidth()),
-                               get_groups(caller, "height", height, kernel->getGroupHeight()),
-                               get_groups(caller, "depth", depth, kernel->getGroupDepth())};
-    const uint32_t limits[] = {features.maxGroupCountX, features.maxGroupCountY, features.maxGroupCountZ};
-    for(uint32_t i = 0; i < 3; i++) {
-        if(KOLM_LIKELY(limits[i] == 0 || groups[i] <= limits[i])) continue;
-        caller.error("%ux%ux%u groups of %s kernel are above the limit of %ux%ux%u", groups[0], groups[1], groups[2],
-                     Caller::getText(kernel), limits[0], limits[1], limits[2]);
+    width = get_groups(caller, "width", width, kernel->getGroupWidth());
+    height = get_groups(caller, "height", height, kernel->getGroupHeight());
+    depth = get_groups(caller, "depth", depth, kernel->getGroupDepth());
+    const auto is_above = [](uint32_t num, uint32_t limit) { return limit && num > limit; };
+    if(KOLM_UNLIKELY(is_above(width, features.maxGroupCountX) || is_above(height, features.maxGroupCountY) ||
+                     is_above(depth, features.maxGroupCountZ))) {
+        caller.error("%ux%ux%u groups of %s kernel are above the limit of %ux%ux%u", width, height, depth,
+                     Caller::getText(kernel), features.maxGroupCountX, features.maxGroupCountY,
+                     features.maxGroupCountZ);
         return;
     }
     if(!check_slots(caller)) return;
-    if(record_dispatch(groups[0], groups[1], groups[2])) update_mask = 0;
+    if(record_dispatch(width, height, depth)) update_mask = 0;
 }
 
 void ComputeRecorder::dispatchIndirect() {

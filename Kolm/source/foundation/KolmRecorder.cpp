@@ -8,6 +8,32 @@
 
 namespace Kolm {
 
+Recorder::Recorder(const PlatformBase &self, const char *name, const Device::Features &features)
+    : features(features), self(self), class_name(name) {
+    uniform_kind = {"uniform",
+                    Buffer::FlagUniform,
+                    TransientUniform,
+                    uniforms,
+                    0,
+                    max(size_t(features.uniformAlignment), size_t(1)),
+                    features.maxUniformSize,
+                    true,
+                    UpdateUniform,
+                    UpdateUniformOffset,
+                    nullptr};
+    storage_kind = {"storage",
+                    Buffer::FlagStorage,
+                    TransientStorage,
+                    storages,
+                    0,
+                    max(size_t(features.storageAlignment), size_t(1)),
+                    features.maxStorageSize,
+                    false,
+                    UpdateStorage,
+                    UpdateStorageOffset,
+                    nullptr};
+}
+
 bool Recorder::refuse(const char *method, const char *kind) const {
     return get_caller(method).error("%s are not supported", kind);
 }
@@ -17,16 +43,21 @@ bool Recorder::record_end_query(Query *) { return refuse("endQuery", "queries");
 
 // the bound object
 
-void Recorder::check_object(const Caller &caller) const {
-    if(KOLM_UNLIKELY(parameters == nullptr)) {
-        caller.fail("%s is null", strcmp(class_name, "Command") == 0 ? "pipeline" : "kernel");
-    }
+void Recorder::fail_object(const Caller &caller) const {
+    caller.fail("%s is null", strcmp(class_name, "Command") == 0 ? "pipeline" : "kernel");
 }
 
 void Recorder::set_object(const Caller &caller, const Parameters *object) {
     if(object) caller.checkCreated(object->getKindName(), object);
     parameters = object;
     update_mask |= UpdateAll;
+    const auto select = [object](SlotKind &kind, Parameters::Kind type) {
+        const Parameters::SlotList list = object ? object->getSlots(type) : Parameters::SlotList();
+        kind.num_slots = list.num;
+        kind.flags = list.flags;
+    };
+    select(uniform_kind, Parameters::KindUniform);
+    select(storage_kind, Parameters::KindStorage);
 }
 
 void Recorder::check_index(const Caller &caller, const char *kind, uint32_t index, uint32_t num, uint32_t count) const {
@@ -190,35 +221,9 @@ void Recorder::set_storage_tables(const Caller &caller, uint32_t index, BufferTa
 
 // buffer slots
 
-Recorder::SlotKind Recorder::get_uniform_kind() {
-    return {"uniform",
-            Buffer::FlagUniform,
-            TransientUniform,
-            uniforms,
-            (parameters) ? parameters->getNumUniforms() : 0,
-            max(size_t(features.uniformAlignment), size_t(1)),
-            features.maxUniformSize,
-            true,
-            UpdateUniform,
-            UpdateUniformOffset};
-}
-
-Recorder::SlotKind Recorder::get_storage_kind() {
-    return {"storage",
-            Buffer::FlagStorage,
-            TransientStorage,
-            storages,
-            (parameters) ? parameters->getNumStorages() : 0,
-            max(size_t(features.storageAlignment), size_t(1)),
-            features.maxStorageSize,
-            false,
-            UpdateStorage,
-            UpdateStorageOffset};
-}
-
 // The indirect source is no descriptor: nothing has to be updated for it.
 Recorder::SlotKind Recorder::get_indirect_kind() {
-    return {"indirect", Buffer::FlagIndirect, TransientIndirect, &indirect, 1, 4, 0, false, 0, 0};
+    return {"indirect", Buffer::FlagIndirect, TransientIndirect, &indirect, 1, 4, 0, false, 0, 0, nullptr};
 }
 
 Recorder::Slot &Recorder::get_slot(const SlotKind &kind, const Caller &caller, uint32_t index) {
@@ -227,7 +232,7 @@ Recorder::Slot &Recorder::get_slot(const SlotKind &kind, const Caller &caller, u
     return kind.slots[index];
 }
 
-// Puts the range into the slot and marks what has to be updated for it: offsets alone cost no descriptor.
+// A range within the slot's memory.
 void Recorder::set_range(const SlotKind &kind, const Caller &caller, uint32_t index, Slot &slot, size_t offset,
                          size_t size) {
     const char *name = (slot.buffer) ? Caller::getText(slot.buffer) : "transient";
@@ -236,7 +241,7 @@ void Recorder::set_range(const SlotKind &kind, const Caller &caller, uint32_t in
         caller.fail("invalid %s range %zu-%zu: %s buffer has %zu bytes", kind.name, local,
                     (size > SIZE_MAX - local) ? SIZE_MAX : local + size, name, slot.total);
     }
-    if(KOLM_UNLIKELY(offset % kind.alignment)) {
+    if(KOLM_UNLIKELY(offset & (kind.alignment - 1))) {
         caller.fail("invalid %s offset %zu: a multiple of %zu is needed for %s buffer", kind.name, local,
                     kind.alignment, name);
     }
@@ -244,24 +249,30 @@ void Recorder::set_range(const SlotKind &kind, const Caller &caller, uint32_t in
         size = slot.total - local;
         if(kind.clamp && kind.max_size && size > kind.max_size) size = size_t(kind.max_size);
     }
-    if(KOLM_UNLIKELY(kind.max_size && size > kind.max_size)) {
-        // Some drivers state a limit that they do not have: a large storage range is the caller's risk.
-        if(kind.clamp) {
-            caller.fail("invalid %s size %zu of %s buffer: the limit is %llu", kind.name, size, name,
-                        static_cast<unsigned long long>(kind.max_size));
-        }
-        if(!has_warned) {
-            caller.warning("%s size %zu of %s buffer is above the limit of %llu", kind.name, size, name,
-                           static_cast<unsigned long long>(kind.max_size));
-        }
-        has_warned = true;
+    check_size(kind, caller, name, size);
+    update_range(kind, index, slot, offset, size);
+}
+
+void Recorder::check_size(const SlotKind &kind, const Caller &caller, const char *name, size_t size) {
+    if(KOLM_LIKELY(kind.max_size == 0 || size <= kind.max_size)) return;
+    // Some drivers state a limit that they do not have: a large storage range is the caller's risk.
+    if(kind.clamp) {
+        caller.fail("invalid %s size %zu of %s buffer: the limit is %llu", kind.name, size, name,
+                    static_cast<unsigned long long>(kind.max_size));
     }
+    if(!has_warned) {
+        caller.warning("%s size %zu of %s buffer is above the limit of %llu", kind.name, size, name,
+                       static_cast<unsigned long long>(kind.max_size));
+    }
+    has_warned = true;
+}
+
+// Puts the range into the slot and marks what has to be updated for it: offsets alone cost no descriptor.
+void Recorder::update_range(const SlotKind &kind, uint32_t index, Slot &slot, size_t offset, size_t size) {
     if(size != slot.size) {
         update_mask |= kind.update_group;
     } else if(offset != slot.offset) {
-        const bool fixed =
-            (kind.flag == Buffer::FlagUniform && (parameters->getUniformFlags(index) & Parameters::BindFlagFixed)) ||
-            (kind.flag == Buffer::FlagStorage && (parameters->getStorageFlags(index) & Parameters::BindFlagFixed));
+        const bool fixed = (kind.flags && (kind.flags[index] & Parameters::BindFlagFixed));
         update_mask |= (fixed) ? kind.update_group : kind.update_offset;
     }
     slot.offset = offset;
@@ -286,7 +297,8 @@ void *Recorder::get_data(const SlotKind &kind, const Caller &caller, uint32_t in
     slot.base = memory.offset;
     slot.total = size;
     slot.rest = true;
-    set_range(kind, caller, index, slot, memory.offset, size);
+    check_size(kind, caller, "transient", size);
+    update_range(kind, index, slot, memory.offset, size);
     return memory.data;
 }
 
@@ -338,9 +350,7 @@ void Recorder::set_offset(const SlotKind &kind, const Caller &caller, uint32_t i
 }
 
 // A slot without content would let the shader read anything: the call is skipped. Of an array the first is needed.
-bool Recorder::check_slots(const Caller &caller) const {
-    // Nothing but offsets changed since all slots held something.
-    if((update_mask & UpdateAll) == 0) return true;
+bool Recorder::check_all_slots(const Caller &caller) const {
     const char *kind = nullptr;
     uint32_t index = 0;
     const auto check = [&](const char *name, uint32_t num, const uint8_t *arrays, auto is_set) {

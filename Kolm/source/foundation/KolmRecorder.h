@@ -22,14 +22,14 @@ protected:
         Transient transient;
         Slot *slots;
         uint32_t num_slots;
-        size_t alignment;                     // of offsets
+        size_t alignment;                     // of offsets, a power of two
         uint64_t max_size;                    // of a range, 0 for no limit
         bool clamp;                           // a rest longer than the limit is cut at it
         uint32_t update_group, update_offset; // bits of update_mask
+        const Parameters::BindFlags *flags;   // of the slots; null where all offsets are dynamic
     };
 
-    Recorder(const PlatformBase &self, const char *name, const Device::Features &features)
-        : features(features), self(self), class_name(name) {}
+    Recorder(const PlatformBase &self, const char *name, const Device::Features &features);
 
     // What a backend gives. All arguments were tested.
     /// Memory of this frame at the alignment of its kind. False without a line of its own when there is none.
@@ -43,9 +43,14 @@ protected:
     /// For operations that a backend leaves out.
     bool refuse(const char *method, const char *kind) const;
     /// Expects an object to be bound.
-    void check_object(const Caller &caller) const;
+    void check_object(const Caller &caller) const {
+        if(KOLM_UNLIKELY(parameters == nullptr)) fail_object(caller);
+    }
     /// Whether every slot of the bound object holds something; one line if not.
-    bool check_slots(const Caller &caller) const;
+    bool check_slots(const Caller &caller) const {
+        // Nothing but offsets changed since all slots held something.
+        return (update_mask & UpdateAll) == 0 || check_all_slots(caller);
+    }
     /// Another object was bound: everything has to be bound anew.
     void set_object(const Caller &caller, const Parameters *object);
 
@@ -59,8 +64,8 @@ protected:
     void set_texels(const Caller &caller, uint32_t index, Buffer **buffers, uint32_t num);
     void set_texture_tables(const Caller &caller, uint32_t index, TextureTable **tables, uint32_t num);
     void set_storage_tables(const Caller &caller, uint32_t index, BufferTable **tables, uint32_t num);
-    SlotKind get_uniform_kind();
-    SlotKind get_storage_kind();
+    const SlotKind &get_uniform_kind() const { return uniform_kind; }
+    const SlotKind &get_storage_kind() const { return storage_kind; }
     SlotKind get_indirect_kind();
     void *get_data(const SlotKind &kind, const Caller &caller, uint32_t index, size_t size);
     void set_data(const SlotKind &kind, const Caller &caller, uint32_t index, const void *src, size_t size);
@@ -79,14 +84,19 @@ protected:
 
 private:
     void check_index(const Caller &caller, const char *kind, uint32_t index, uint32_t num, uint32_t count) const;
+    [[noreturn]] void fail_object(const Caller &caller) const;
+    bool check_all_slots(const Caller &caller) const;
     bool check_table(const Caller &caller, uint32_t index, Parameters::TableType type, uint32_t size) const;
     Slot &get_slot(const SlotKind &kind, const Caller &caller, uint32_t index);
     void set_range(const SlotKind &kind, const Caller &caller, uint32_t index, Slot &slot, size_t offset, size_t size);
+    void check_size(const SlotKind &kind, const Caller &caller, const char *name, size_t size);
+    void update_range(const SlotKind &kind, uint32_t index, Slot &slot, size_t offset, size_t size);
     const char *get_object_text() const { return Caller::getText(parameters->getName()); }
 
     const PlatformBase &self;
     const char *class_name;
     const Parameters *parameters = nullptr; // of the bound kernel, pipeline or traversal
+    SlotKind uniform_kind, storage_kind;    // of its slots
     bool has_warned = false;                // of a storage range above the limit: once for a recorder
 };
 

@@ -22,7 +22,11 @@ void VKBuffer::clear() {
 // Nothing is destroyed here: the device may still use it.
 void VKBuffer::destroy() {
     context->releaseBufferView(buffer_view);
-    if((buffer_flags & FlagExtern) == 0) context->releaseBuffer(buffer);
+    if((buffer_flags & FlagExtern) == 0) {
+        context->releaseBuffer(buffer);
+    } else {
+        adapter->setChanged();
+    }
     const bool has_memory = bool(buffer_memory);
     context->releaseMemory(buffer_memory);
     buffer_pages.release(context);
@@ -277,10 +281,13 @@ bool VKBuffer::create(Buffer *src) {
 
 void VKBuffer::setBufferAccess(VKContext::Barriers &barriers, VKContext *ctx, VkAccessFlags access, bool force,
                                VkPipelineStageFlags stages) {
+    const bool is_same = (used_context == ctx && ctx->isPrimary());
     setUsed(ctx);
     const VkPipelineStageFlags dest_stages = stages ? stages : ctx->getStages(access);
     if(!force && !isAccessNeeded(access, dest_stages)) return;
     if(barriers.num_buffers == VKContext::MaxBarriers) ctx->barrier(barriers);
+    ctx->setChanged();
+    if(!is_same) adapter->setChanged();
     // The first use of a buffer waits for nothing.
     if(buffer_access) {
         VkBufferMemoryBarrier &barrier = barriers.buffers[barriers.num_buffers++];
@@ -309,6 +316,7 @@ void VKBuffer::setBufferAccess(VkAccessFlags access) {
     buffer_access = access;
     buffer_stages = context->getStages(access);
     used_outside.store_relaxed(1);
+    adapter->setChanged();
 }
 
 bool VKBuffer::is_idle(const VKContext *ctx) const {

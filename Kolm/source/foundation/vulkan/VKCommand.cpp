@@ -107,12 +107,19 @@ void VKCommand::update_scissors() {
 }
 
 bool VKCommand::update(bool has_index, const Slot *source) {
-    if(!begin_pass() || !recorder.prepare(source)) return false;
-    recorder.bind(vk_pipeline->getPipeline());
+    if(!begin_pass()) return false;
+    const bool settled = (source == nullptr && recorder.isSettled());
+    if(!settled) {
+        if(!recorder.prepare(source)) return false;
+        recorder.bind(vk_pipeline->getPipeline());
+    }
     if(source && source->buffer) static_cast<VKBuffer *>(source->buffer)->setUsed(context);
     if(!update_vertices() || (has_index && !update_index())) return false;
-    if(update_mask == 0) return true;
-    recorder.updateUses();
+    if(update_mask == 0) {
+        recorder.settle();
+        return true;
+    }
+    if(!settled) recorder.updateUses();
     if((update_mask & UpdateTexture) && !check_attachments()) return false;
     const VkCommandBuffer command = context->getCommand();
     if(update_mask & UpdateViewport) update_viewports();
@@ -123,7 +130,8 @@ bool VKCommand::update(bool has_index, const Slot *source) {
     }
     if(update_mask & UpdateStencilRef)
         adapter->vkCmdSetStencilReference(command, VK_STENCIL_FACE_FRONT_AND_BACK, stencil_ref);
-    if(!recorder.updateSets()) return false;
+    if(!(settled ? recorder.updateOffsets() : recorder.updateSets())) return false;
+    recorder.settle();
     // A draw without indices leaves them to be bound by the next one with them.
     if(!has_index && (update_mask & UpdateIndex)) bound_index = VK_NULL_HANDLE;
     return true;

@@ -47,11 +47,13 @@ bool VKCompute::update(const Slot *source) {
     recorder.bind(vk_kernel ? vk_kernel->getPipeline() : vk_traversal->getPipeline());
     recorder.updateBarriers(source, vk_kernel ? VK_PIPELINE_STAGE_COMPUTE_SHADER_BIT
                                               : VK_PIPELINE_STAGE_RAY_TRACING_SHADER_BIT_KHR);
-    return (update_mask == 0 || recorder.updateSets());
+    if(update_mask && !recorder.updateSets()) return false;
+    recorder.settle();
+    return true;
 }
 
 bool VKCompute::record_dispatch(uint32_t width, uint32_t height, uint32_t depth) {
-    if(!update(nullptr)) return false;
+    if(!update()) return false;
     adapter->vkCmdDispatch(context->getCommand(), width, height, depth);
     return true;
 }
@@ -80,7 +82,7 @@ bool VKCompute::check_rays(uint32_t width, uint32_t height, uint32_t depth) cons
 
 bool VKCompute::record_trace(uint32_t width, uint32_t height, uint32_t depth) {
     if(!check_rays(width, height, depth)) return false;
-    if(!update(nullptr)) return false;
+    if(!update()) return false;
     VKBuffer *groups = vk_traversal->createGroups(context) ? vk_traversal->getGroupBuffer() : nullptr;
     if(groups == nullptr) {
         Log::printf(Log::Error, "VKCompute::dispatch(): can't create shader group buffer\n");

@@ -141,7 +141,7 @@ void VKContext::removeListener(Listener *listener) {
     if(listener->next_listener) listener->next_listener->prev_listener = listener->prev_listener;
     if(listener->prev_listener) listener->prev_listener->next_listener = listener->next_listener;
     if(listeners == listener) listeners = listener->next_listener;
-    if(recorder == listener) recorder = nullptr;
+    if(recorder == listener) setRecorder(nullptr);
     listener->prev_listener = listener->next_listener = nullptr;
 }
 
@@ -154,6 +154,7 @@ void VKContext::notify(Event event) {
                 VK_ACCESS_HOST_READ_BIT);
     flush_transients();
     epoch++;
+    setChanged();
 }
 
 uint8_t *VKContext::getTransientData(VkBuffer buffer, uint64_t offset) const {
@@ -276,6 +277,7 @@ bool VKContext::inherit(VkRenderPass pass, VkFramebuffer framebuffer) {
         return false;
     }
     epoch++;
+    setChanged();
     return true;
 }
 
@@ -365,11 +367,11 @@ void VKContext::release_buffers(TransientType type) {
     if(frame == nullptr) ring.buffer = nullptr;
 }
 
+// The present buffer is full, or there is none.
 VKContext::Transient VKContext::get_buffer(TransientType type, uint64_t alignment, uint64_t size) {
     Transient ret;
     if(size == 0) return ret;
     Ring &ring = rings[type];
-    if(ring.buffer && ring.buffer->allocate(ret, alignment, size)) return ret;
     for(uint32_t i = 0; i < ring.buffers.size(); i++) {
         if(!ring.buffers[i]->allocate(ret, alignment, size)) continue;
         ring.buffer = ring.buffers[i];
@@ -496,18 +498,6 @@ void VKContext::Buffer::release(VKAdapter *adapter) {
     buffer_memory = VK::MemoryPtr();
     buffer_data = nullptr;
     buffer_size = buffer_offset = 0;
-}
-
-bool VKContext::Buffer::allocate(Transient &transient, uint64_t alignment, uint64_t size) {
-    const uint64_t offset = (buffer_offset + alignment - 1) / alignment * alignment;
-    if(offset > buffer_size || size > buffer_size - offset) return false;
-    transient.buffer = buffer;
-    transient.offset = offset;
-    transient.size = size;
-    transient.data = buffer_data + offset;
-    transient.memory = &buffer_memory;
-    buffer_offset = offset + size;
-    return true;
 }
 
 bool VKContext::Frame::create(VKAdapter *a, uint32_t family, VkCommandBufferLevel level) {

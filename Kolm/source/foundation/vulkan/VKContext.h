@@ -52,7 +52,17 @@ public:
 
         bool create(VKAdapter *adapter, VkBufferUsageFlags usage, uint32_t memory_type, uint64_t size);
         void release(VKAdapter *adapter);
-        bool allocate(Transient &transient, uint64_t alignment, uint64_t size);
+        bool allocate(Transient &transient, uint64_t alignment, uint64_t size) {
+            const uint64_t offset = (buffer_offset + alignment - 1) & ~(alignment - 1);
+            if(KOLM_UNLIKELY(offset > buffer_size || size > buffer_size - offset)) return false;
+            transient.buffer = buffer;
+            transient.offset = offset;
+            transient.size = size;
+            transient.data = buffer_data + offset;
+            transient.memory = &buffer_memory;
+            buffer_offset = offset + size;
+            return true;
+        }
     };
 
     /// Collects barriers for one vkCmdPipelineBarrier.
@@ -225,6 +235,10 @@ public:
     VkCommandPool getPool() const { return frame->pool; }
     /// Grows whenever the command buffer changes: state that was bound before is gone.
     uint64_t getEpoch() const { return epoch; }
+    /// Grows with the epoch, the recorder and the target, and whenever commands of this context gave a resource another
+    /// access or layout.
+    uint64_t getChanges() const { return changes; }
+    void setChanged() { changes++; }
     /// Whether all that was recorded in an epoch has run.
     bool isIdle(uint64_t used_epoch) const { return used_epoch < idle_epoch; }
 
@@ -244,10 +258,16 @@ public:
     bool execute(VKContext *child);
 
     /// Who recorded last: what others bound before is not bound any more. Null is nobody.
-    void setRecorder(const Listener *new_recorder) { recorder = new_recorder; }
+    void setRecorder(const Listener *new_recorder) {
+        recorder = new_recorder;
+        setChanged();
+    }
     bool isRecorder(const Listener *other) const { return (recorder == other); }
     /// Target that is enabled on this context, or null. Nothing but drawing is recorded then.
-    void setTarget(VKTarget *new_target) { target = new_target; }
+    void setTarget(VKTarget *new_target) {
+        target = new_target;
+        setChanged();
+    }
     VKTarget *getTarget() const { return target; }
     /// Makes the open command buffer of a secondary context one that draws in a pass. Nothing else may have been
     /// recorded since the last flip. One line and false otherwise.
@@ -266,14 +286,15 @@ public:
     void releaseDownloadBuffers() { release_buffers(TransientDownload); }
     void releaseUniformBuffers() { release_buffers(TransientUniform); }
     /// Transient memory of this frame; empty if the kind's limit is reached or memory ran out.
+    /// Alignments are powers of two.
     Transient getUploadBuffer(uint64_t alignment, uint64_t size) {
-        return get_buffer(TransientUpload, alignment, size);
+        return get_transient(TransientUpload, alignment, size);
     }
     Transient getDownloadBuffer(uint64_t alignment, uint64_t size) {
-        return get_buffer(TransientDownload, alignment, size);
+        return get_transient(TransientDownload, alignment, size);
     }
     Transient getUniformBuffer(uint64_t alignment, uint64_t size) {
-        return get_buffer(TransientUniform, alignment, size);
+        return get_transient(TransientUniform, alignment, size);
     }
     /// Makes the device's writes to transient memory visible to the host, after a wait.
     bool invalidateTransient(const Transient &transient);
@@ -301,7 +322,9 @@ public:
     /// Destruction when the frame's fence has passed. Null handles are fine.
 #define VK_RELEASE_METHOD(TYPE, NAME, LIST, FUNCTION) \
     void release##NAME(TYPE handle) {                 \
-        if(handle) frame->LIST.append(handle);        \
+        if(handle == VK_NULL_HANDLE) return;          \
+        frame->LIST.append(handle);                   \
+        adapter->setChanged();                        \
     }
     VK_RELEASE_LIST(VK_RELEASE_METHOD)
 #undef VK_RELEASE_METHOD
@@ -353,6 +376,11 @@ private:
     bool drop();
     bool reserve_buffers(TransientType type, uint64_t size);
     void release_buffers(TransientType type);
+    Transient get_transient(TransientType type, uint64_t alignment, uint64_t size) {
+        Transient ret;
+        if(KOLM_LIKELY(size && rings[type].buffer && rings[type].buffer->allocate(ret, alignment, size))) return ret;
+        return get_buffer(type, alignment, size);
+    }
     Transient get_buffer(TransientType type, uint64_t alignment, uint64_t size);
     void recycle_buffers();
     void recycle_queries();
@@ -377,6 +405,7 @@ private:
     Frame *frame = nullptr;
     uint32_t index = 0;
     uint64_t epoch = 1;
+    uint64_t changes = 1;
     uint64_t idle_epoch = 1; // the least epoch that may be running still
     Ring rings[NumTransientTypes];
     Array<VkQueryPool> query_pools;

@@ -25,7 +25,9 @@ void VKRecorder::setObject(const Parameters *new_parameters, const VKBindings *n
     bindings = new_bindings;
     bind_point = new_bind_point;
     epoch = 0;
+    settled_changes = 0;
     drop_sets();
+    select_dynamic();
 }
 
 void VKRecorder::drop_sets() {
@@ -55,24 +57,23 @@ void VKRecorder::notify(VKContext::Event event) {
 // transient memory
 
 bool VKRecorder::allocate(RecorderSlots::Transient type, size_t size, RecorderSlots::Memory &memory) {
-    VKContext::Transient transient;
+    const auto set_memory = [&memory](const VKContext::Transient &transient) {
+        memory.data = transient.data;
+        memory.handle = reinterpret_cast<uint64_t>(transient.buffer);
+        memory.offset = transient.offset;
+        return bool(transient);
+    };
     switch(type) {
     case RecorderSlots::TransientUniform:
-        transient = context->getUniformBuffer(adapter->uniform_alignment, size);
-        break;
+        return set_memory(context->getUniformBuffer(adapter->uniform_alignment, size));
     case RecorderSlots::TransientStorage:
-        transient = context->getUniformBuffer(adapter->storage_alignment, size);
-        break;
+        return set_memory(context->getUniformBuffer(adapter->storage_alignment, size));
     case RecorderSlots::TransientIndirect:
     case RecorderSlots::TransientVertex:
-    case RecorderSlots::TransientIndex: transient = context->getUploadBuffer(16, size); break;
+    case RecorderSlots::TransientIndex: return set_memory(context->getUploadBuffer(16, size));
     case RecorderSlots::NumTransients: break;
     }
-    if(!transient) return false;
-    memory.data = transient.data;
-    memory.handle = reinterpret_cast<uint64_t>(transient.buffer);
-    memory.offset = transient.offset;
-    return true;
+    return false;
 }
 
 // All work ran, and what it wrote to transient memory is there.
@@ -297,6 +298,7 @@ void VKRecorder::update_transients(VkPipelineStageFlags stages) {
 void VKRecorder::beginConditional(VKBuffer *buffer, size_t offset) {
     conditional_buffer = buffer;
     conditional_offset = offset;
+    settled_changes = 0;
     begin_conditional();
 }
 
@@ -322,6 +324,7 @@ void VKRecorder::begin_conditional() {
 void VKRecorder::end_conditional() {
     if(conditional_recorded) adapter->vkCmdEndConditionalRenderingEXT(context->getCommand());
     conditional_recorded = false;
+    settled_changes = 0;
 }
 
 } // namespace Kolm

@@ -37,6 +37,20 @@ public:
     void setObject(const Parameters *parameters, const VKBindings *bindings, VkPipelineBindPoint bind_point);
     bool allocate(RecorderSlots::Transient type, size_t size, RecorderSlots::Memory &memory);
 
+    /// Whether nothing but offsets changed since the last call of settle(), so that prepare(), bind() and the steps behind
+    /// them have nothing to do: the usual case of many dispatches or draws in a row.
+    bool isSettled() const {
+        return settled_changes == context->getChanges() && settled_objects == adapter->getChanges() &&
+               (slots.update_mask & RecorderSlots::UpdateAll) == 0;
+    }
+    /// After the steps of a dispatch or draw.
+    void settle() {
+        settled_changes = context->getChanges();
+        settled_objects = adapter->getChanges();
+    }
+    /// Whether each dispatch has to be ordered behind the one before.
+    bool hasTransients() const { return has_transients; }
+
     // The steps of a dispatch or draw, in this order. Each logs why and returns false.
     /// All that the slots hold still exists; kept transient data lies in memory again. \p indirect may be null.
     bool prepare(const Slot *indirect);
@@ -48,6 +62,12 @@ public:
     void updateUses();
     /// Writes the sets that changed and binds them with their offsets.
     bool updateSets();
+    /// The same where only offsets changed, if the recorder is settled.
+    bool updateOffsets() {
+        const uint32_t update = slots.update_mask;
+        if(update & buffer_update) return updateSets();
+        return (update & offset_update) == 0 || bind_buffers();
+    }
 
     VkBuffer getBuffer(const Slot &slot) const;
 
@@ -70,6 +90,7 @@ private:
 
     void notify(VKContext::Event event) override;
     void drop_sets();
+    void select_dynamic();
     void save_memory();
     bool restore_memory();
     bool check_resources(const Slot *indirect);
@@ -90,7 +111,11 @@ private:
     bool update_texels();
     bool update_tracings();
     bool update_set(VKBindings::SetType type, bool changed, bool (VKRecorder::*update)());
-    bool append_offsets(uint32_t *offsets, uint32_t &num) const;
+    bool check_offsets() const;
+    void get_offsets(uint32_t *offsets) const {
+        for(uint32_t i = 0; i < num_dynamic; i++) offsets[i] = uint32_t(dynamic_slots[i]->offset);
+    }
+    bool bind_buffers();
 
     VKAdapter *adapter;
     VKContext *context;
@@ -102,6 +127,15 @@ private:
     uint64_t epoch = 0; // of the context when the pipeline was bound
     VkPipeline bound_pipeline = VK_NULL_HANDLE;
     uint64_t num_descriptors = 0;
+    uint64_t settled_changes = 0; // of the context, and of the adapter; see isSettled()
+    uint32_t settled_objects = 0;
+
+    // Of the bound object: what its buffer set needs anew, or its offsets alone, and where these are by binding number.
+    static constexpr uint32_t MaxDynamic = Parameters::NumUniforms + Parameters::NumStorages;
+    uint32_t buffer_update = 0;
+    uint32_t offset_update = 0;
+    uint32_t num_dynamic = 0;
+    const Slot *dynamic_slots[MaxDynamic] = {};
 
     // Sets by their numbers, null for those that have to be written, and the range that is not bound as it is here.
     VkDescriptorSet sets[MaxSets] = {};

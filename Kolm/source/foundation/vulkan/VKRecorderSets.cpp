@@ -179,60 +179,86 @@ bool VKRecorder::update_set(VKBindings::SetType type, bool changed, bool (VKReco
     return (this->*update)();
 }
 
-// Dynamic offsets in the order of their binding numbers.
-bool VKRecorder::append_offsets(uint32_t *offsets, uint32_t &num) const {
-    for(uint32_t pass = 0; pass < 2; pass++) {
-        const bool is_uniform = (bindings->isUniformFirst() == (pass == 0));
+// What the buffer set of another object depends on. Dynamic offsets go in the order of their binding numbers.
+void VKRecorder::select_dynamic() {
+    num_dynamic = 0;
+    buffer_update = 0;
+    offset_update = 0;
+    if(bindings == nullptr || bindings->getSetIndex(VKBindings::SetBuffer) == VKBindings::NoSet) return;
+    buffer_update = RecorderSlots::UpdateUniform | RecorderSlots::UpdateStorage;
+    offset_update = RecorderSlots::UpdateUniformOffset | RecorderSlots::UpdateStorageOffset;
+    for(const bool is_first : {true, false}) {
+        const bool is_uniform = (bindings->isUniformFirst() == is_first);
         const Slot *list = is_uniform ? slots.uniforms : slots.storages;
-        uint32_t mask = is_uniform ? bindings->getDynamicUniforms() : bindings->getDynamicStorages();
-        for(uint32_t i = 0; mask; i++, mask >>= 1) {
-            if((mask & 1) == 0) continue;
-            if(KOLM_UNLIKELY(list[i].offset > ~0u)) {
-                Log::printf(Log::Error, "%s::update(): dynamic %u %s offset\n", name, i,
-                            is_uniform ? "uniform" : "storage");
-                return false;
-            }
-            offsets[num++] = uint32_t(list[i].offset);
+        const uint32_t num = is_uniform ? parameters->getNumUniforms() : parameters->getNumStorages();
+        const uint32_t mask = is_uniform ? bindings->getDynamicUniforms() : bindings->getDynamicStorages();
+        for(uint32_t i = 0; i < num; i++) {
+            if((mask >> i) & 1) dynamic_slots[num_dynamic++] = &list[i];
         }
+        // Offsets of slots that are not dynamic are part of the descriptor.
+        if(mask != uint32_t((1ull << num) - 1))
+            buffer_update |= is_uniform ? RecorderSlots::UpdateUniformOffset : RecorderSlots::UpdateStorageOffset;
     }
+}
+
+// Offsets are 32-bit for the API. Transient memory and ranges of smaller buffers always fit.
+bool VKRecorder::check_offsets() const {
+    uint64_t bits = 0;
+    for(uint32_t i = 0; i < num_dynamic; i++) bits |= dynamic_slots[i]->offset;
+    if(KOLM_LIKELY((bits >> 32) == 0)) return true;
+    for(uint32_t i = 0; i < num_dynamic; i++) {
+        const Slot *slot = dynamic_slots[i];
+        if(slot->offset <= ~0u) continue;
+        const bool is_uniform = (slot >= slots.uniforms && slot < slots.uniforms + Parameters::NumUniforms);
+        Log::printf(Log::Error, "%s::update(): dynamic %u %s offset\n", name,
+                    uint32_t(slot - (is_uniform ? slots.uniforms : slots.storages)),
+                    is_uniform ? "uniform" : "storage");
+        break;
+    }
+    return false;
+}
+
+// The set is there: its offsets alone.
+bool VKRecorder::bind_buffers() {
+    if(!check_offsets()) return false;
+    uint32_t offsets[MaxDynamic];
+    get_offsets(offsets);
+    const uint32_t index = bindings->getSetIndex(VKBindings::SetBuffer);
+    adapter->vkCmdBindDescriptorSets(context->getCommand(false), bind_point, bindings->getPipelineLayout(), index, 1,
+                                     sets + index, num_dynamic, offsets);
     return true;
 }
 
 bool VKRecorder::updateSets() {
     const uint32_t update = slots.update_mask;
     if(bindings->getNumSets() == 0) return true;
-    // Offsets of slots that are not dynamic are part of the descriptor.
-    uint32_t buffer_mask = RecorderSlots::UpdateUniform | RecorderSlots::UpdateStorage;
-    if(bindings->getDynamicUniforms() != (1u << parameters->getNumUniforms()) - 1)
-        buffer_mask |= RecorderSlots::UpdateUniformOffset;
-    if(bindings->getDynamicStorages() != uint32_t((1ull << parameters->getNumStorages()) - 1))
-        buffer_mask |= RecorderSlots::UpdateStorageOffset;
-
     first_set = bindings->getNumSets();
     end_set = 0;
     if(!update_set(VKBindings::SetSampler, (update & RecorderSlots::UpdateSampler) != 0,
                    &VKRecorder::update_samplers) ||
        !update_set(VKBindings::SetImage, (update & (RecorderSlots::UpdateTexture | RecorderSlots::UpdateSurface)) != 0,
                    &VKRecorder::update_images) ||
-       !update_set(VKBindings::SetBuffer, (update & buffer_mask) != 0, &VKRecorder::update_buffers) ||
+       !update_set(VKBindings::SetBuffer, (update & buffer_update) != 0, &VKRecorder::update_buffers) ||
        !update_set(VKBindings::SetTracing, (update & RecorderSlots::UpdateTracing) != 0,
                    &VKRecorder::update_tracings) ||
        !update_set(VKBindings::SetTexel, (update & RecorderSlots::UpdateTexel) != 0, &VKRecorder::update_texels) ||
        !update_tables())
         return false;
     const uint32_t buffer_set = bindings->getSetIndex(VKBindings::SetBuffer);
-    if(buffer_set != VKBindings::NoSet &&
-       (update & (RecorderSlots::UpdateUniformOffset | RecorderSlots::UpdateStorageOffset))) {
+    if(update & offset_update) {
         first_set = min(first_set, buffer_set);
         end_set = max(end_set, buffer_set + 1);
     }
     if(first_set >= end_set) return true;
 
-    uint32_t offsets[Parameters::NumUniforms + Parameters::NumStorages];
-    uint32_t num_offsets = 0;
-    if(buffer_set >= first_set && buffer_set < end_set && !append_offsets(offsets, num_offsets)) return false;
+    uint32_t offsets[MaxDynamic];
+    const bool has_buffers = (buffer_set >= first_set && buffer_set < end_set);
+    if(has_buffers) {
+        if(!check_offsets()) return false;
+        get_offsets(offsets);
+    }
     adapter->vkCmdBindDescriptorSets(context->getCommand(), bind_point, bindings->getPipelineLayout(), first_set,
-                                     end_set - first_set, sets + first_set, num_offsets, offsets);
+                                     end_set - first_set, sets + first_set, has_buffers ? num_dynamic : 0, offsets);
     return true;
 }
 

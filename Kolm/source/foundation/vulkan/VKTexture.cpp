@@ -353,6 +353,8 @@ void VKTexture::setTextureLayout(VKContext::Barriers &barriers, VKContext *ctx, 
     const bool same = (layout == texture_layout && access == texture_access);
     if(same && !force && ctx == texture_context && (stages & ~texture_stages) == 0) return;
 
+    ctx->setChanged();
+    if(ctx != texture_context) adapter->setChanged();
     if(barriers.num_images == VKContext::MaxBarriers) ctx->barrier(barriers);
     VkImageMemoryBarrier &barrier = barriers.images[barriers.num_images++];
     barrier = vk_record<VkImageMemoryBarrier>(VK_STRUCTURE_TYPE_IMAGE_MEMORY_BARRIER);
@@ -397,6 +399,7 @@ void VKTexture::setTextureLayout(VkImageLayout layout, VkAccessFlags access, VkP
     texture_access = access ? access : getLayoutAccess(layout);
     texture_stages = stages ? stages : context->getStages(texture_access);
     texture_context = nullptr; // whatever it was
+    adapter->setChanged();
 }
 
 } // namespace Kolm

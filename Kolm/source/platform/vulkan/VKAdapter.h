@@ -84,6 +84,11 @@ public:
     void setLost() { is_lost++; }
     bool isLost() const { return is_lost.load_relaxed() != 0; }
 
+    /// Grows whenever an object of this device goes away, or another context uses it, or the application: handles
+    /// and accesses that were looked at before may be others now. Any thread.
+    uint32_t getChanges() const { return uint32_t(num_changes.load_relaxed()); }
+    void setChanged() { num_changes++; }
+
     /// Extension name without "VK_".
     bool checkExtension(const char *name) const;
     /// Whether \p format has all \p flags with optimal tiling.
@@ -244,6 +249,7 @@ private:
     uint32_t num_queue_locks = 0;
 
     Atomici32 num_contexts;
+    Atomici32 num_changes;
     uint64_t memory_limit = ~0ull; // bytes of one allocation
     Atomici32 num_allocations;
     Atomici32 total_allocations;
