@@ -3,7 +3,9 @@
 // Without VK_DRIVER_FILES in the environment the loader chooses the device.
 
 #include <memory>
+#include <stdlib.h>
 #include <string.h>
+#include <string>
 #include <vector>
 
 #include "Compare.h"
@@ -17,6 +19,7 @@
 #include "VKOffscreen.h"
 #include "VKPipeline.h"
 #include "VKTarget.h"
+#include "VKTexture.h"
 
 using namespace Kolm;
 
@@ -39,6 +42,14 @@ const char *kernel_src = R"(#version 450
     layout(std140, binding = 0) uniform Params { vec4 params[4]; };
     layout(std430, binding = 1) buffer Data { float data[]; };
     void main() { data[gl_GlobalInvocationID.x] = params[0].x; })";
+
+// The software driver takes a block for each command, which costs twice as much after the heap merged its free blocks. Any
+// larger allocation does that, so both sides begin with it.
+void merge_heap() {
+    void *block = malloc(8192);
+    benchmark::DoNotOptimize(block);
+    free(block);
+}
 
 // The same work in plain Vulkan: one set with dynamic offsets, one ring of uniform memory, one command buffer.
 struct PlainLoop {
@@ -97,15 +108,12 @@ struct PlainLoop {
     }
 
     // \p around binds what is not a slot, and for draws begins and ends the pass.
-    template<class Around> void record(const float *params, Around around) {
+    template<class Around>
+    void record(const float *params, Around around, uint32_t num = num_dispatches, uint32_t groups = 0) {
         VKAdapter *adapter = device->getAdapter();
-        auto begin = vk_record<VkCommandBufferBeginInfo>(VK_STRUCTURE_TYPE_COMMAND_BUFFER_BEGIN_INFO);
-        begin.flags = VK_COMMAND_BUFFER_USAGE_ONE_TIME_SUBMIT_BIT;
-        adapter->vkResetCommandBuffer(command, 0);
-        adapter->vkBeginCommandBuffer(command, &begin);
         around(adapter, command, true);
         const bool is_draw = (num_slots == 1);
-        for(uint32_t i = 0; i < num_dispatches; i++) {
+        for(uint32_t i = 0; i < num; i++) {
             memcpy(data + stride * i, params, 64);
             const uint32_t offsets[] = {stride * i, 0};
             adapter->vkCmdBindDescriptorSets(command,
@@ -114,18 +122,26 @@ struct PlainLoop {
             if(is_draw) {
                 adapter->vkCmdDrawIndexed(command, 3, 1, 0, 0, 0);
             } else {
-                adapter->vkCmdDispatch(command, 0, 1, 1);
+                adapter->vkCmdDispatch(command, groups, 1, 1);
             }
         }
         around(adapter, command, false);
-        adapter->vkEndCommandBuffer(command);
+    }
+    // Runs what was recorded, waits, and begins anew, as the library does when a frame is over.
+    void submit() {
+        finish();
+        VKAdapter *adapter = device->getAdapter();
+        auto begin = vk_record<VkCommandBufferBeginInfo>(VK_STRUCTURE_TYPE_COMMAND_BUFFER_BEGIN_INFO);
+        begin.flags = VK_COMMAND_BUFFER_USAGE_ONE_TIME_SUBMIT_BIT;
+        adapter->vkResetCommandBuffer(command, 0);
+        adapter->vkBeginCommandBuffer(command, &begin);
         recorded = true;
     }
-    // Runs what was recorded, and waits.
-    void submit() {
+    void finish() {
         if(!recorded) return;
         recorded = false;
         VKAdapter *adapter = device->getAdapter();
+        adapter->vkEndCommandBuffer(command);
         auto submit = vk_record<VkSubmitInfo>(VK_STRUCTURE_TYPE_SUBMIT_INFO);
         submit.commandBufferCount = 1;
         submit.pCommandBuffers = &command;
@@ -176,8 +192,16 @@ void dispatches(benchmark::State &state) {
                 if(begin) adapter->vkCmdBindPipeline(command, VK_PIPELINE_BIND_POINT_COMPUTE, vk_kernel->getPipeline());
             });
         },
-        0.0, [&] { gpu.device->finish(); }, [&] { plain.submit(); });
-    plain.submit();
+        0.0,
+        [&] {
+            gpu.device->finish();
+            merge_heap();
+        },
+        [&] {
+            plain.submit();
+            merge_heap();
+        });
+    plain.finish();
     state.counters["ours_ns_each"] = state.counters["ours_us"] * 1000.0 / num_dispatches;
 }
 
@@ -257,8 +281,16 @@ void draws(benchmark::State &state) {
                                               VK_INDEX_TYPE_UINT16);
             });
         },
-        0.0, [&] { gpu.device->finish(); }, [&] { plain.submit(); });
-    plain.submit();
+        0.0,
+        [&] {
+            gpu.device->finish();
+            merge_heap();
+        },
+        [&] {
+            plain.submit();
+            merge_heap();
+        });
+    plain.finish();
     state.counters["ours_ns_each"] = state.counters["ours_us"] * 1000.0 / num_draws;
 }
 
@@ -373,39 +405,70 @@ void read_back(benchmark::State &state) {
         transfer_size);
 }
 
-// A texture that the device may be using, so that every byte goes through transient memory.
-void texture_upload(benchmark::State &state) {
-    Gpu gpu;
-    if(!gpu.device) return state.SkipWithError("no device");
-    Image image(Image::Type2D, FormatRGBAu8n, Size(8192, 8192)), copy(image);
-    std::unique_ptr<Texture> texture(gpu.device->createTexture2D(FormatRGBAu8n, 8192, Texture::FlagSource));
-    compare(
-        state,
-        [&] {
-            gpu.device->setTexture(texture.get(), image);
-            gpu.device->finish();
-        },
-        [&] {
-            memcpy(copy.getData(), image.getData(), transfer_size);
-            benchmark::ClobberMemory();
-        },
-        transfer_size);
-}
+// Copies between a mapped buffer and an image by the driver alone: the second half of every transfer through staging.
+struct PlainCopy {
+    PlainCopy(VKDevice *device, Texture *texture, Buffer::Flags flags)
+        : device(device), texture(static_cast<VKTexture *>(texture)),
+          buffer(device->createBuffer(flags | Buffer::FlagSource, transfer_size)) {}
+    void run(bool upload) {
+        VKContext *context = device->getContext();
+        VkBufferImageCopy region = {};
+        region.imageSubresource = {VK_IMAGE_ASPECT_COLOR_BIT, 0, 0, 1};
+        region.imageExtent = {texture->getWidth(), texture->getHeight(), 1};
+        const VkBuffer handle = static_cast<VKBuffer *>(buffer.get())->getBuffer();
+        const VkImageLayout layout =
+            upload ? VK_IMAGE_LAYOUT_TRANSFER_DST_OPTIMAL : VK_IMAGE_LAYOUT_TRANSFER_SRC_OPTIMAL;
+        texture->setTextureLayout(context, layout);
+        if(upload) {
+            device->getAdapter()->vkCmdCopyBufferToImage(context->getCommand(), handle, texture->getImage(), layout, 1,
+                                                         &region);
+        } else {
+            device->getAdapter()->vkCmdCopyImageToBuffer(context->getCommand(), texture->getImage(), layout, handle, 1,
+                                                         &region);
+        }
+        texture->setTextureLayout(context, texture->getReadLayout());
+        device->finish();
+    }
+    VKDevice *device;
+    VKTexture *texture;
+    std::unique_ptr<Buffer> buffer;
+};
 
-void texture_read_back(benchmark::State &state) {
-    Gpu gpu;
-    if(!gpu.device) return state.SkipWithError("no device");
-    Image image(Image::Type2D, FormatRGBAu8n, Size(8192, 8192)), copy(image);
-    std::unique_ptr<Texture> texture(gpu.device->createTexture2D(FormatRGBAu8n, 8192, Texture::FlagSource));
-    gpu.device->setTexture(texture.get(), image);
-    compare(
-        state, [&] { gpu.device->getTexture(texture.get(), image); },
-        [&] {
-            memcpy(copy.getData(), image.getData(), transfer_size);
-            benchmark::ClobberMemory();
-        },
-        transfer_size);
+enum class Peer { Memcpy, Driver };
+
+// An 8192 x 8192 texture each time after all work was done. Range 0: the peer is memcpy of as many bytes, or the bare
+// copy of the driver from a buffer that is filled already. Range 1: without the host's copies, so through staging.
+void texture_transfer(benchmark::State &state, bool upload) {
+    VK::hideAdapterExtension(state.range(1) ? "EXT_host_image_copy" : nullptr);
+    {
+        Gpu gpu;
+        if(!gpu.device) return state.SkipWithError("no device");
+        Image image(Image::Type2D, FormatRGBAu8n, Size(8192, 8192)), copy(image);
+        std::unique_ptr<Texture> texture(gpu.device->createTexture2D(FormatRGBAu8n, 8192, Texture::FlagSource));
+        PlainCopy plain(gpu.device.get(), texture.get(), upload ? Buffer::FlagWrite : Buffer::FlagRead);
+        gpu.device->setTexture(texture.get(), image);
+        gpu.device->finish();
+        compare(
+            state,
+            [&] {
+                if(!upload) {
+                    gpu.device->getTexture(texture.get(), image);
+                    return;
+                }
+                gpu.device->setTexture(texture.get(), image);
+                gpu.device->finish();
+            },
+            [&] {
+                if(Peer(state.range(0)) == Peer::Driver) return plain.run(upload);
+                memcpy(copy.getData(), image.getData(), transfer_size);
+                benchmark::ClobberMemory();
+            },
+            transfer_size);
+    }
+    VK::hideAdapterExtension(nullptr);
 }
+void texture_upload(benchmark::State &state) { texture_transfer(state, true); }
+void texture_read_back(benchmark::State &state) { texture_transfer(state, false); }
 
 void buffers(benchmark::State &state) {
     Gpu gpu;
@@ -448,6 +511,100 @@ void start(benchmark::State &state) {
         });
 }
 
+// A pipeline of the kernel's words through a cache that holds it, and one dispatch.
+struct PlainKernel {
+    PlainKernel(VKDevice *device, VKKernel *kernel, const Array<uint32_t> &words)
+        : device(device), kernel(kernel), words(words) {
+        VkPipelineCache cache = VK_NULL_HANDLE;
+        const VkPipeline pipeline = create(cache);
+        size_t size = 0;
+        vkGetPipelineCacheData(device->getContext()->getDevice(), cache, &size, nullptr);
+        data.resize(size);
+        vkGetPipelineCacheData(device->getContext()->getDevice(), cache, &size, data.data());
+        destroy(pipeline, cache);
+    }
+    VkPipeline create(VkPipelineCache &cache) {
+        const VkDevice vk = device->getContext()->getDevice();
+        auto cache_info = vk_record<VkPipelineCacheCreateInfo>(VK_STRUCTURE_TYPE_PIPELINE_CACHE_CREATE_INFO);
+        cache_info.initialDataSize = data.size();
+        cache_info.pInitialData = data.data();
+        vkCreatePipelineCache(vk, &cache_info, nullptr, &cache);
+        auto module_info = vk_record<VkShaderModuleCreateInfo>(VK_STRUCTURE_TYPE_SHADER_MODULE_CREATE_INFO);
+        module_info.codeSize = words.size() * sizeof(uint32_t);
+        module_info.pCode = words.get();
+        auto info = vk_record<VkComputePipelineCreateInfo>(VK_STRUCTURE_TYPE_COMPUTE_PIPELINE_CREATE_INFO);
+        info.stage = vk_record<VkPipelineShaderStageCreateInfo>(VK_STRUCTURE_TYPE_PIPELINE_SHADER_STAGE_CREATE_INFO);
+        info.stage.stage = VK_SHADER_STAGE_COMPUTE_BIT;
+        info.stage.pName = "main";
+        info.layout = kernel->getBindings().getPipelineLayout();
+        VkPipeline pipeline = VK_NULL_HANDLE;
+        vkCreateShaderModule(vk, &module_info, nullptr, &info.stage.module);
+        vkCreateComputePipelines(vk, cache, 1, &info, nullptr, &pipeline);
+        vkDestroyShaderModule(vk, info.stage.module, nullptr);
+        return pipeline;
+    }
+    void destroy(VkPipeline pipeline, VkPipelineCache cache) {
+        vkDestroyPipeline(device->getContext()->getDevice(), pipeline, nullptr);
+        vkDestroyPipelineCache(device->getContext()->getDevice(), cache, nullptr);
+    }
+    void run(PlainLoop &loop, const float *params) {
+        VkPipelineCache cache = VK_NULL_HANDLE;
+        const VkPipeline pipeline = create(cache);
+        loop.submit();
+        loop.record(
+            params,
+            [&](VKAdapter *adapter, VkCommandBuffer command, bool begin) {
+                if(begin) adapter->vkCmdBindPipeline(command, VK_PIPELINE_BIND_POINT_COMPUTE, pipeline);
+            },
+            1, 1);
+        loop.finish();
+        destroy(pipeline, cache);
+    }
+    VKDevice *device;
+    VKKernel *kernel;
+    const Array<uint32_t> &words;
+    std::vector<uint8_t> data;
+};
+
+// From a kernel's words to the end of its first dispatch, with the driver's own cache warm on both sides. The peer makes
+// module, layouts and pipeline of the same words through a cache of its own, records, submits and waits.
+void first_dispatch(benchmark::State &state) {
+    Gpu gpu;
+    if(!gpu.device) return state.SkipWithError("no device");
+    char folder[] = "/tmp/ostrevan_bench_XXXXXX";
+    if(!mkdtemp(folder) || !Shader::setCache(folder)) return state.SkipWithError("no folder");
+    std::unique_ptr<Buffer> storage(gpu.device->createBuffer(Buffer::FlagStorage, 65536));
+    const float params[16] = {1.0f};
+    std::unique_ptr<Kernel> first(gpu.device->createKernel());
+    first->setUniforms(1).setStorages(1).setStorageOffset(1);
+    ShaderCompiler compiler;
+    if(!compiler.createGLSL(Shader::TypeCompute, kernel_src)) return state.SkipWithError("no shader");
+    const Array<uint32_t> &words = compiler.getOpcodes();
+    if(!first->createShaderSPIRV(words) || !first->create()) return state.SkipWithError("no kernel");
+    PlainKernel plain(gpu.device.get(), static_cast<VKKernel *>(first.get()), words);
+    PlainLoop loop(gpu.device.get(), &static_cast<VKKernel *>(first.get())->getBindings(),
+                   static_cast<VKBuffer *>(storage.get()));
+    compare(
+        state,
+        [&] {
+            std::unique_ptr<Kernel> kernel(gpu.device->createKernel());
+            kernel->setUniforms(1).setStorages(1).setStorageOffset(1);
+            kernel->createShaderSPIRV(words);
+            kernel->create();
+            std::unique_ptr<Compute> compute(gpu.device->createCompute());
+            compute->setKernel(kernel.get());
+            compute->setStorageBuffer(0, storage.get());
+            compute->setUniformData(0, params, sizeof(params));
+            compute->dispatch(64, 1, 1);
+            compute.reset();
+            gpu.device->finish();
+        },
+        [&] { plain.run(loop, params); });
+    loop.finish();
+    Shader::setCache(nullptr);
+    if(system((std::string("rm -rf ") + folder).c_str())) return;
+}
+
 } // namespace
 
 BENCHMARK(dispatches)->UseManualTime()->Iterations(400)->Unit(benchmark::kMicrosecond);
@@ -457,7 +614,18 @@ BENCHMARK(dispatch_allocations)->UseManualTime()->Iterations(10)->Unit(benchmark
 BENCHMARK(upload)->UseManualTime()->Iterations(5)->Unit(benchmark::kMillisecond);
 BENCHMARK(upload_in_use)->UseManualTime()->Iterations(5)->Unit(benchmark::kMillisecond);
 BENCHMARK(read_back)->UseManualTime()->Iterations(5)->Unit(benchmark::kMillisecond);
-BENCHMARK(texture_upload)->UseManualTime()->Iterations(5)->Unit(benchmark::kMillisecond);
-BENCHMARK(texture_read_back)->UseManualTime()->Iterations(5)->Unit(benchmark::kMillisecond);
+BENCHMARK(texture_upload)
+    ->ArgNames({"driver", "staging"})
+    ->ArgsProduct({{0, 1}, {0, 1}})
+    ->UseManualTime()
+    ->Iterations(5)
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK(texture_read_back)
+    ->ArgNames({"driver", "staging"})
+    ->ArgsProduct({{0, 1}, {0, 1}})
+    ->UseManualTime()
+    ->Iterations(5)
+    ->Unit(benchmark::kMillisecond);
 BENCHMARK(buffers)->UseManualTime()->Iterations(5)->Unit(benchmark::kMillisecond);
 BENCHMARK(start)->UseManualTime()->Iterations(10)->Unit(benchmark::kMillisecond);
+BENCHMARK(first_dispatch)->UseManualTime()->Iterations(20)->Unit(benchmark::kMicrosecond);

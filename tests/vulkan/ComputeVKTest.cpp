@@ -445,3 +445,64 @@ TEST_F(ComputeVKTest, subgroup_size) {
     compute.reset();
     EXPECT_EQ(getWords(data.get()), std::vector<uint32_t>(64, size));
 }
+
+// The usual path: no descriptor and no block of the library's memory for a call.
+TEST_F(ComputeVKTest, dispatches_take_no_memory) {
+    KernelPtr kernel = create_add_kernel();
+    ASSERT_TRUE(kernel);
+    BufferPtr buffer = createBuffer(storage_flags, std::vector<uint32_t>(64, 0));
+    constexpr uint32_t num = 10000;
+    for(uint32_t frame = 0; frame < 3; frame++) {
+        ComputePtr compute = createCompute();
+        compute->setKernel(kernel.get());
+        compute->setStorageBuffer(0, buffer.get());
+        compute->setUniform(0, Params{0, 1, {}});
+        compute->dispatch(64, 1, 1);
+        const size_t allocations = Allocator::getAllocations();
+        for(uint32_t i = 0; i < num; i++) {
+            compute->setUniform(0, Params{(i + 1 == num) ? 64u : 0u, frame + 1, {}});
+            compute->dispatch((i + 1 == num) ? 64 : 0, 1, 1);
+        }
+        EXPECT_EQ(Allocator::getAllocations(), allocations);
+        EXPECT_EQ(static_cast<VKCompute *>(compute.get())->getNumDescriptors(), 1u);
+        compute.reset();
+        ASSERT_TRUE(device->finish());
+    }
+    EXPECT_EQ(getWords(buffer.get()), std::vector<uint32_t>(64, 6));
+}
+
+// What others do between two dispatches is seen although no slot changed.
+TEST_F(ComputeVKTest, changes_between_dispatches) {
+    KernelPtr kernel = create_add_kernel();
+    ASSERT_TRUE(kernel);
+    BufferPtr buffer = createBuffer(storage_flags, std::vector<uint32_t>(64, 0));
+    BufferPtr copy = createBuffer(storage_flags, std::vector<uint32_t>(64, 0));
+    BufferPtr other = createBuffer(storage_flags, std::vector<uint32_t>(64, 0));
+    ComputePtr compute = createCompute();
+    compute->setKernel(kernel.get());
+    compute->setStorageBuffer(0, buffer.get());
+    compute->setUniform(0, Params{64, 1, {}});
+    compute->dispatch(64, 1, 1);
+    const uint32_t value = 10;
+    // Without a barrier between each of these and the dispatches around it the layer would complain.
+    ASSERT_TRUE(device->clearBuffer(buffer.get(), FormatRu32, &value));
+    compute->setUniform(0, Params{64, 2, {}});
+    compute->dispatch(64, 1, 1);
+    ASSERT_TRUE(compute->copyBuffer(copy.get(), buffer.get()));
+    compute->setUniform(0, Params{64, 3, {}});
+    compute->dispatch(64, 1, 1);
+    {
+        ComputePtr second = createCompute();
+        second->setKernel(kernel.get());
+        second->setStorageBuffer(0, other.get());
+        second->setUniform(0, Params{64, 100, {}});
+        second->dispatch(64, 1, 1);
+    }
+    compute->barrier(buffer.get());
+    compute->setUniform(0, Params{64, 4, {}});
+    compute->dispatch(64, 1, 1);
+    compute.reset();
+    EXPECT_EQ(getWords(buffer.get()), std::vector<uint32_t>(64, 19));
+    EXPECT_EQ(getWords(copy.get()), std::vector<uint32_t>(64, 12));
+    EXPECT_EQ(getWords(other.get()), std::vector<uint32_t>(64, 100));
+}

@@ -323,6 +323,59 @@ TEST_F(TextureVKTest, large_transfers) {
     }
 }
 
+// Copies by the host need a driver that has them, and no layer that does not know them.
+class HostCopyVKTest : public TextureGpuTest {
+protected:
+    void SetUp() override {
+        TextureGpuTest::SetUp();
+        device.reset();
+        offscreen.reset();
+        VK::setValidation(false);
+        offscreen.reset(new VKOffscreen());
+        ASSERT_TRUE(offscreen->create());
+        device.reset(new VKDevice(offscreen.get()));
+        if(!getAdapter()->getHostImageCopyFeatures().hostImageCopy) GTEST_SKIP() << "no VK_EXT_host_image_copy";
+    }
+};
+
+TEST_F(HostCopyVKTest, transfers_are_exact) {
+    const struct {
+        Texture::Type type;
+        Format format;
+        Size size;
+        uint32_t layers;
+    } rows[] = {
+        {Texture::Type2D, FormatRGBAu8n, Size(67, 31), 1},    {Texture::Type2D, FormatRu16, Size(16, 5), 3},
+        {Texture::Type3D, FormatRGBAf16, Size(20, 11, 7), 1}, {Texture::TypeCube, FormatRGBAf32, Size(33, 33), 2},
+        {Texture::Type2D, FormatBC3RGBAu8n, Size(50, 22), 1},
+    };
+    for(const auto &row : rows) {
+        SCOPED_TRACE(getFormatName(row.format));
+        TexturePtr texture = createTexture(row.type, row.format, row.size, row.layers, source | mipmaps);
+        ASSERT_TRUE(texture);
+        EXPECT_TRUE(vk(texture)->hasHostCopies());
+        Image image = get_image(*texture);
+        // At first nothing is recorded, then the texture is in the middle of work, then all of that ran.
+        for(uint32_t i = 0; i < 3; i++) {
+            fill(image);
+            const uint32_t allocations = getAdapter()->getTotalAllocations();
+            ASSERT_TRUE(device->setTexture(texture.get(), image));
+            EXPECT_TRUE(i > 0 || getAdapter()->getTotalAllocations() == allocations);
+            TexturePtr copy = createTexture(row.type, row.format, row.size, row.layers, source | mipmaps);
+            ASSERT_TRUE(device->copyTexture(copy.get(), texture.get()));
+            if(i == 1) {
+                const Image before = image;
+                fill(image);
+                ASSERT_TRUE(device->setTexture(texture.get(), image));
+                EXPECT_TRUE(read(copy) == before);
+            } else {
+                EXPECT_TRUE(read(copy) == image);
+            }
+            EXPECT_TRUE(read(texture) == image);
+        }
+    }
+}
+
 TEST_F(TextureVKTest, refusals) {
     TexturePtr samples =
         createTexture(Texture::Type2D, FormatRGBAu8n, Size(16, 16), 1, Texture::FlagMultisample4 | Texture::FlagTarget);

@@ -372,7 +372,8 @@ VKContext::Transient VKContext::get_buffer(TransientType type, uint64_t alignmen
     Transient ret;
     if(size == 0) return ret;
     Ring &ring = rings[type];
-    for(uint32_t i = 0; i < ring.buffers.size(); i++) {
+    // The one that came back last may still be in the host's caches.
+    for(uint32_t i = ring.buffers.size(); i-- > 0;) {
         if(!ring.buffers[i]->allocate(ret, alignment, size)) continue;
         ring.buffer = ring.buffers[i];
         ring.buffers.removeFast(i);

@@ -53,7 +53,11 @@ public:
         bool create(VKAdapter *adapter, VkBufferUsageFlags usage, uint32_t memory_type, uint64_t size);
         void release(VKAdapter *adapter);
         bool allocate(Transient &transient, uint64_t alignment, uint64_t size) {
-            const uint64_t offset = (buffer_offset + alignment - 1) & ~(alignment - 1);
+            // Units of three components have alignments that are no power of two.
+            const uint64_t mask = alignment - 1;
+            const uint64_t offset = KOLM_LIKELY((alignment & mask) == 0)
+                                        ? (buffer_offset + mask) & ~mask
+                                        : (buffer_offset + mask) / alignment * alignment;
             if(KOLM_UNLIKELY(offset > buffer_size || size > buffer_size - offset)) return false;
             transient.buffer = buffer;
             transient.offset = offset;
@@ -242,6 +246,9 @@ public:
     /// Whether all that was recorded in an epoch has run.
     bool isIdle(uint64_t used_epoch) const { return used_epoch < idle_epoch; }
 
+    /// Whether all that was ever recorded has run.
+    bool isIdle() const { return primary && idle_epoch == epoch && !frame->recorded; }
+
     void addListener(Listener *listener);
     void removeListener(Listener *listener);
 
@@ -286,7 +293,6 @@ public:
     void releaseDownloadBuffers() { release_buffers(TransientDownload); }
     void releaseUniformBuffers() { release_buffers(TransientUniform); }
     /// Transient memory of this frame; empty if the kind's limit is reached or memory ran out.
-    /// Alignments are powers of two.
     Transient getUploadBuffer(uint64_t alignment, uint64_t size) {
         return get_transient(TransientUpload, alignment, size);
     }

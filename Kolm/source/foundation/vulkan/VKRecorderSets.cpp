@@ -55,6 +55,7 @@ bool VKRecorder::update_samplers() {
 
 bool VKRecorder::get_image(VkDescriptorImageInfo &info, const RecorderSlots::TextureSlot &slot, bool is_surface) const {
     VKTexture *texture = static_cast<VKTexture *>(slot.texture);
+    texture->setUsed(context);
     info = {};
     info.imageLayout = texture->getReadLayout();
     info.imageView =

@@ -39,6 +39,8 @@ void VKTexture::destroy() {
     texture_access = 0;
     texture_stages = 0;
     texture_context = nullptr;
+    has_host_copies = false;
+    used_outside.store_relaxed(0);
 }
 
 void VKTexture::setName(const char *name) {
@@ -91,6 +93,25 @@ bool VKTexture::is_supported() const {
            (!hasFlag(FlagInterop) || adapter->has_external_memory);
 }
 
+// Whether the host may copy to and from the image without making the device slower: colours whose units are the same in
+// an image of the host.
+bool VKTexture::check_host_copies(const VkImageCreateInfo &info) const {
+    if(!adapter->getHostImageCopyFeatures().hostImageCopy || isDepthFormat() || hasMultisample() ||
+       hasFlag(FlagSparse | FlagTarget | FlagMutable))
+        return false;
+    auto query = vk_record<VkPhysicalDeviceImageFormatInfo2>(VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_IMAGE_FORMAT_INFO_2);
+    query.format = info.format;
+    query.type = info.imageType;
+    query.tiling = info.tiling;
+    query.usage = info.usage | VK_IMAGE_USAGE_HOST_TRANSFER_BIT_EXT;
+    query.flags = info.flags;
+    auto speed = vk_record<VkHostImageCopyDevicePerformanceQueryEXT>(
+        VK_STRUCTURE_TYPE_HOST_IMAGE_COPY_DEVICE_PERFORMANCE_QUERY_EXT);
+    auto properties = vk_record<VkImageFormatProperties2>(VK_STRUCTURE_TYPE_IMAGE_FORMAT_PROPERTIES_2, &speed);
+    const VkResult result = vkGetPhysicalDeviceImageFormatProperties2(adapter->getAdapter(), &query, &properties);
+    return result == VK_SUCCESS && speed.optimalDeviceAccess;
+}
+
 bool VKTexture::create_image(VkExternalMemoryHandleTypeFlags handle_types) {
     if(isCubeType() && hasLayers() && !adapter->getFeatures().imageCubeArray) {
         Log::printf(Log::Error, "VKTexture::create(): Cube array texture is not supported\n");
@@ -111,6 +132,9 @@ bool VKTexture::create_image(VkExternalMemoryHandleTypeFlags handle_types) {
     info.usage = get_usage_flags();
     info.sharingMode = VK_SHARING_MODE_EXCLUSIVE;
     info.initialLayout = VK_IMAGE_LAYOUT_UNDEFINED;
+
+    has_host_copies = (handle_types == 0 && check_host_copies(info));
+    if(has_host_copies) info.usage |= VK_IMAGE_USAGE_HOST_TRANSFER_BIT_EXT;
 
     auto external = vk_record<VkExternalMemoryImageCreateInfo>(VK_STRUCTURE_TYPE_EXTERNAL_MEMORY_IMAGE_CREATE_INFO);
     external.handleTypes = handle_types;
@@ -348,6 +372,7 @@ VkImageSubresourceRange VKTexture::get_full_range() const {
 void VKTexture::setTextureLayout(VKContext::Barriers &barriers, VKContext *ctx, VkImageLayout layout, bool force,
                                  VkAccessFlags access, VkPipelineStageFlags stages) {
     constexpr VkAccessFlags memory_access = VK_ACCESS_MEMORY_READ_BIT | VK_ACCESS_MEMORY_WRITE_BIT;
+    setUsed(ctx);
     if(access == 0) access = getLayoutAccess(layout);
     if(stages == 0) stages = ctx->getStages(access);
     const bool same = (layout == texture_layout && access == texture_access);
@@ -399,6 +424,7 @@ void VKTexture::setTextureLayout(VkImageLayout layout, VkAccessFlags access, VkP
     texture_access = access ? access : getLayoutAccess(layout);
     texture_stages = stages ? stages : context->getStages(texture_access);
     texture_context = nullptr; // whatever it was
+    used_outside.store_relaxed(1);
     adapter->setChanged();
 }
 

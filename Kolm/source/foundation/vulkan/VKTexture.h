@@ -79,6 +79,14 @@ public:
     /// textures. Null and one line on failure. May be called from several threads.
     VkImageView getTextureView(const Slice &slice, Format format = FormatUnknown, ViewType type = ViewTexture);
 
+    /// Remembers a use by commands of \p context, null for any. Several threads may tell so at the same time.
+    void setUsed(const VKContext *ctx) {
+        if(ctx != context && !used_outside.load_relaxed()) used_outside.store_relaxed(1);
+    }
+
+    /// Whether the host copies to and from the image where it can, without transient memory.
+    bool hasHostCopies() const { return has_host_copies; }
+
     VkImageLayout getTextureLayout() const { return texture_layout; }
     /// Layout in which shaders sample the texture, and in which every operation leaves it: GENERAL for textures that
     /// shaders may write, SHADER_READ_ONLY for others.
@@ -111,6 +119,10 @@ private:
     bool create_image(VkExternalMemoryHandleTypeFlags handle_types);
     bool create_memory();
     bool create_tiles();
+    bool check_host_copies(const VkImageCreateInfo &info) const;
+    bool set_host(VKContext *context, const Origin &origin, const Slice &dest_slice, const Image &image,
+                  const Slice &image_slice);
+    bool get_host(VKContext *context, const Slice &slice, Image &image, const Slice &image_slice);
     bool create_objects();
     VkImageView create_view(const Slice &slice, Format format, ViewType type);
     void copy_within(VKContext *context, const Array<VkImageCopy> &copies, const Slice &dest_slice,
@@ -136,6 +148,8 @@ private:
     volatile VkAccessFlags texture_access = 0;
     volatile VkPipelineStageFlags texture_stages = 0;
     const VKContext *volatile texture_context = nullptr; // where, null for a place outside
+    bool has_host_copies = false;                        // the image is made for them
+    Atomici32 used_outside; // 1: by contexts other than its own, or by commands of the application
     SpinLock view_lock;
     Map<uint64_t, VkImageView> texture_views; // by slice, format and type
     VK::MemoryPtr texture_memory;

@@ -36,7 +36,8 @@ bool VKTextureTable::set(uint32_t index, Texture **textures, uint32_t num) {
     Array<VkWriteDescriptorSet> writes;
     for(uint32_t i = 0; i < num; i++) {
         if(textures[i] == nullptr) continue;
-        const VKTexture *texture = cast<VKTexture>(textures[i]);
+        VKTexture *texture = cast<VKTexture>(textures[i]);
+        texture->setUsed(nullptr); // nobody tells when shaders take it from here
         if(texture->getTextureView() == VK_NULL_HANDLE) {
             status = false;
             continue;

@@ -3,6 +3,8 @@
 // Levels go in parts that fit into one transient buffer: whole slices of depth, or rows of one slice. Between a texture
 // of blocks and an image of pixels a pixel stands for a block, so that both count in units of the same bytes.
 //
+// Where the device lets the host copy, and nothing that was recorded is left to run, no transient memory is needed.
+//
 // Depth and stencil are copied each on their own. In an image they are one pixel: depth first, then stencil.
 
 #include "KolmImage.h"
@@ -68,6 +70,9 @@ bool for_each_part(const Texture &texture, const Origin &origin, const Slice &sl
 bool VKTexture::set(VKContext *ctx, const Origin &origin, const Slice &dest_slice, const Image &image,
                     const Slice &image_slice) {
     if(!check_set(origin, dest_slice, image, image_slice)) return false;
+    // Others may use it, and what is recorded comes first.
+    if(has_host_copies && ctx == context && ctx->isIdle() && !used_outside.load_relaxed())
+        return set_host(ctx, origin, dest_slice, image, image_slice);
     const TextureUnits units(*this);
     Array<VkBufferImageCopy> copies;
     VkBuffer buffer = VK_NULL_HANDLE;
@@ -107,12 +112,78 @@ bool VKTexture::set(VKContext *ctx, const Origin &origin, const Slice &dest_slic
     return status;
 }
 
+// All that was recorded has run.
+bool VKTexture::set_host(VKContext *ctx, const Origin &origin, const Slice &dest_slice, const Image &image,
+                         const Slice &image_slice) {
+    const VkDevice device = adapter->getDevice();
+    const VkImageLayout layout = getReadLayout();
+    bool status = true;
+    if(texture_layout != layout) {
+        auto transition =
+            vk_record<VkHostImageLayoutTransitionInfoEXT>(VK_STRUCTURE_TYPE_HOST_IMAGE_LAYOUT_TRANSITION_INFO_EXT);
+        transition.image = texture;
+        transition.oldLayout = texture_layout;
+        transition.newLayout = layout;
+        transition.subresourceRange = get_full_range();
+        status = (texture_layout == VK_IMAGE_LAYOUT_UNDEFINED &&
+                  !VK::error(vkTransitionImageLayoutEXT(device, 1, &transition)));
+        if(status) {
+            // What the host wrote is there when the next commands are submitted.
+            texture_layout = layout;
+            texture_access = getLayoutAccess(layout);
+            texture_stages = ctx->getStages(texture_access);
+            texture_context = ctx;
+            ctx->setChanged();
+        }
+    }
+    auto info = vk_record<VkCopyMemoryToImageInfoEXT>(VK_STRUCTURE_TYPE_COPY_MEMORY_TO_IMAGE_INFO_EXT);
+    info.dstImage = texture;
+    info.dstImageLayout = layout;
+    info.regionCount = 1;
+    status = status && for_each_part(*this, origin, dest_slice, image, image_slice, [&](Part &part) {
+                 auto region = vk_record<VkMemoryToImageCopyEXT>(VK_STRUCTURE_TYPE_MEMORY_TO_IMAGE_COPY_EXT);
+                 region.pHostPointer = image.getData(part.slice) + part.offset;
+                 region.imageSubresource = part.copy.imageSubresource;
+                 region.imageSubresource.aspectMask = VK_IMAGE_ASPECT_COLOR_BIT;
+                 region.imageOffset = part.copy.imageOffset;
+                 region.imageExtent = part.copy.imageExtent;
+                 info.pRegions = &region;
+                 return !VK::error(vkCopyMemoryToImageEXT(device, &info));
+             });
+    if(!status) Log::printf(Log::Error, "VKTexture::set(): can't copy to texture\n");
+    return status;
+}
+
+// A texture without contents gets its layout like any other that is read.
+bool VKTexture::get_host(VKContext *ctx, const Slice &slice, Image &image, const Slice &image_slice) {
+    const VkImageLayout layout = getReadLayout();
+    setTextureLayout(ctx, layout);
+    bool status = ctx->finish(true, false);
+    auto info = vk_record<VkCopyImageToMemoryInfoEXT>(VK_STRUCTURE_TYPE_COPY_IMAGE_TO_MEMORY_INFO_EXT);
+    info.srcImage = texture;
+    info.srcImageLayout = layout;
+    info.regionCount = 1;
+    status = status && for_each_part(*this, Origin(), slice, image, image_slice, [&](Part &part) {
+                 auto region = vk_record<VkImageToMemoryCopyEXT>(VK_STRUCTURE_TYPE_IMAGE_TO_MEMORY_COPY_EXT);
+                 region.pHostPointer = image.getData(part.slice) + part.offset;
+                 region.imageSubresource = part.copy.imageSubresource;
+                 region.imageSubresource.aspectMask = VK_IMAGE_ASPECT_COLOR_BIT;
+                 region.imageOffset = part.copy.imageOffset;
+                 region.imageExtent = part.copy.imageExtent;
+                 info.pRegions = &region;
+                 return !VK::error(vkCopyImageToMemoryEXT(adapter->getDevice(), &info));
+             });
+    if(!status) Log::printf(Log::Error, "VKTexture::get(): can't copy from texture\n");
+    return status;
+}
+
 bool VKTexture::get(VKContext *ctx, const Slice &slice, Image &image, const Slice &image_slice) {
     if(!check_get(slice, image, image_slice)) return false;
     if(!ctx->isPrimary()) {
         Log::printf(Log::Error, "VKTexture::get(): can't get download buffer\n");
         return false;
     }
+    if(has_host_copies) return get_host(ctx, slice, image, image_slice);
     struct Download {
         VKContext::Transient transient;
         uint32_t plane;

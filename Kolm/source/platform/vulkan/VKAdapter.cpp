@@ -29,6 +29,7 @@ void VKAdapter::load_properties() {
     load_flags(api_version);
     load_limits();
     if(!has_physical_device_properties2) return;
+    check_host_copies();
 
     auto features =
         vk_record<VkPhysicalDeviceFeatures2>(VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_FEATURES_2, chain_features());
@@ -75,6 +76,8 @@ void VKAdapter::load_flags(uint32_t core_version) {
     FLAG = !VK::isHiddenExtension(NAME) && (checkExtension(NAME) || is_core(core_version, CORE));
 #include "VKExtensions.inc"
     check_dependencies();
+    // Its own dependencies are part of 1.3. Layers that are older than it call every use of it a mistake.
+    if(api_version < VK_API_VERSION_1_3 || VK::getValidation()) has_host_image_copy_ext = false;
     // The marker extension is the fallback for debug utils and can't be enabled beside them.
     if(VK::hasDebugUtils()) has_debug_marker_ext = false;
 }
@@ -106,6 +109,7 @@ void VKAdapter::check_flags() {
         {has_conditional_rendering_ext, p.memberConditionalRenderingFeatures.conditionalRendering},
         {has_mesh_shader_ext, p.memberMeshShaderFeatures.meshShader},
         {has_cooperative_matrix, p.memberCooperativeMatrixFeatures.cooperativeMatrix},
+        {has_host_image_copy_ext, p.memberHostImageCopyFeatures.hostImageCopy},
     };
     for(const auto &row : rows) row.flag &= (row.feature != VK_FALSE);
     if(api_version >= VK_API_VERSION_1_1)
@@ -114,6 +118,31 @@ void VKAdapter::check_flags() {
 #define VK_FEATURES(NAME, RECORD, TYPE, CONDITION) \
     if(!(CONDITION)) p.member##NAME = {};
 #include "VKFeatures.inc"
+}
+
+// Copies by the host are used where they leave images in the layouts that shaders read, and in the device's own memory.
+void VKAdapter::check_host_copies() {
+    if(!has_host_image_copy_ext) return;
+    VkImageLayout src_layouts[64], dest_layouts[64];
+    auto copies = vk_record<VkPhysicalDeviceHostImageCopyPropertiesEXT>(
+        VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_HOST_IMAGE_COPY_PROPERTIES_EXT);
+    copies.copySrcLayoutCount = array_size(src_layouts);
+    copies.pCopySrcLayouts = src_layouts;
+    copies.copyDstLayoutCount = array_size(dest_layouts);
+    copies.pCopyDstLayouts = dest_layouts;
+    auto properties = vk_record<VkPhysicalDeviceProperties2>(VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_PROPERTIES_2, &copies);
+    vkGetPhysicalDeviceProperties2(adapters[0], &properties);
+    const auto has_layouts = [](const VkImageLayout *layouts, uint32_t num) {
+        uint32_t found = 0;
+        for(uint32_t i = 0; i < num; i++)
+            found += (layouts[i] == VK_IMAGE_LAYOUT_GENERAL || layouts[i] == VK_IMAGE_LAYOUT_SHADER_READ_ONLY_OPTIMAL);
+        return found >= 2;
+    };
+    const bool is_local =
+        (copies.identicalMemoryTypeRequirements || getProperties().deviceType != VK_PHYSICAL_DEVICE_TYPE_DISCRETE_GPU);
+    has_host_image_copy_ext = vkGetPhysicalDeviceImageFormatProperties2 && is_local &&
+                              has_layouts(src_layouts, copies.copySrcLayoutCount) &&
+                              has_layouts(dest_layouts, copies.copyDstLayoutCount);
 }
 
 // Links all feature records whose condition holds and returns the first.

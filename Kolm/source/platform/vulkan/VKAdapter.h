@@ -219,6 +219,7 @@ private:
 
     bool load_extensions();
     void load_properties();
+    void check_host_copies();
     void load_queues();
     void disable_features(VkPhysicalDeviceFeatures &features);
     void load_limits();

@@ -46,6 +46,101 @@ typedef VkResult(VKAPI_PTR *PFN_vkGetPhysicalDeviceCooperativeMatrixPropertiesKH
     VkPhysicalDevice physicalDevice, uint32_t *pPropertyCount, VkCooperativeMatrixPropertiesKHR *pProperties);
 #endif
 
+#ifndef VK_EXT_host_image_copy
+#define VK_EXT_host_image_copy 1
+#define VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_HOST_IMAGE_COPY_FEATURES_EXT VkStructureType(1000270000)
+#define VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_HOST_IMAGE_COPY_PROPERTIES_EXT VkStructureType(1000270001)
+#define VK_STRUCTURE_TYPE_MEMORY_TO_IMAGE_COPY_EXT VkStructureType(1000270002)
+#define VK_STRUCTURE_TYPE_IMAGE_TO_MEMORY_COPY_EXT VkStructureType(1000270003)
+#define VK_STRUCTURE_TYPE_COPY_IMAGE_TO_MEMORY_INFO_EXT VkStructureType(1000270004)
+#define VK_STRUCTURE_TYPE_COPY_MEMORY_TO_IMAGE_INFO_EXT VkStructureType(1000270005)
+#define VK_STRUCTURE_TYPE_HOST_IMAGE_LAYOUT_TRANSITION_INFO_EXT VkStructureType(1000270006)
+#define VK_STRUCTURE_TYPE_HOST_IMAGE_COPY_DEVICE_PERFORMANCE_QUERY_EXT VkStructureType(1000270009)
+#define VK_IMAGE_USAGE_HOST_TRANSFER_BIT_EXT VkImageUsageFlagBits(0x00400000)
+
+typedef VkFlags VkHostImageCopyFlagsEXT;
+
+typedef struct VkPhysicalDeviceHostImageCopyFeaturesEXT {
+    VkStructureType sType;
+    void *pNext;
+    VkBool32 hostImageCopy;
+} VkPhysicalDeviceHostImageCopyFeaturesEXT;
+
+typedef struct VkPhysicalDeviceHostImageCopyPropertiesEXT {
+    VkStructureType sType;
+    void *pNext;
+    uint32_t copySrcLayoutCount;
+    VkImageLayout *pCopySrcLayouts;
+    uint32_t copyDstLayoutCount;
+    VkImageLayout *pCopyDstLayouts;
+    uint8_t optimalTilingLayoutUUID[VK_UUID_SIZE];
+    VkBool32 identicalMemoryTypeRequirements;
+} VkPhysicalDeviceHostImageCopyPropertiesEXT;
+
+typedef struct VkHostImageCopyDevicePerformanceQueryEXT {
+    VkStructureType sType;
+    void *pNext;
+    VkBool32 optimalDeviceAccess;
+    VkBool32 identicalMemoryLayout;
+} VkHostImageCopyDevicePerformanceQueryEXT;
+
+typedef struct VkMemoryToImageCopyEXT {
+    VkStructureType sType;
+    const void *pNext;
+    const void *pHostPointer;
+    uint32_t memoryRowLength;
+    uint32_t memoryImageHeight;
+    VkImageSubresourceLayers imageSubresource;
+    VkOffset3D imageOffset;
+    VkExtent3D imageExtent;
+} VkMemoryToImageCopyEXT;
+
+typedef struct VkImageToMemoryCopyEXT {
+    VkStructureType sType;
+    const void *pNext;
+    void *pHostPointer;
+    uint32_t memoryRowLength;
+    uint32_t memoryImageHeight;
+    VkImageSubresourceLayers imageSubresource;
+    VkOffset3D imageOffset;
+    VkExtent3D imageExtent;
+} VkImageToMemoryCopyEXT;
+
+typedef struct VkCopyMemoryToImageInfoEXT {
+    VkStructureType sType;
+    const void *pNext;
+    VkHostImageCopyFlagsEXT flags;
+    VkImage dstImage;
+    VkImageLayout dstImageLayout;
+    uint32_t regionCount;
+    const VkMemoryToImageCopyEXT *pRegions;
+} VkCopyMemoryToImageInfoEXT;
+
+typedef struct VkCopyImageToMemoryInfoEXT {
+    VkStructureType sType;
+    const void *pNext;
+    VkHostImageCopyFlagsEXT flags;
+    VkImage srcImage;
+    VkImageLayout srcImageLayout;
+    uint32_t regionCount;
+    const VkImageToMemoryCopyEXT *pRegions;
+} VkCopyImageToMemoryInfoEXT;
+
+typedef struct VkHostImageLayoutTransitionInfoEXT {
+    VkStructureType sType;
+    const void *pNext;
+    VkImage image;
+    VkImageLayout oldLayout;
+    VkImageLayout newLayout;
+    VkImageSubresourceRange subresourceRange;
+} VkHostImageLayoutTransitionInfoEXT;
+
+typedef VkResult(VKAPI_PTR *PFN_vkCopyMemoryToImageEXT)(VkDevice device, const VkCopyMemoryToImageInfoEXT *info);
+typedef VkResult(VKAPI_PTR *PFN_vkCopyImageToMemoryEXT)(VkDevice device, const VkCopyImageToMemoryInfoEXT *info);
+typedef VkResult(VKAPI_PTR *PFN_vkTransitionImageLayoutEXT)(VkDevice device, uint32_t count,
+                                                         const VkHostImageLayoutTransitionInfoEXT *transitions);
+#endif
+
 namespace Kolm {
 
 /// Vulkan record with its type and chain, everything else zero.
