@@ -219,6 +219,29 @@ template<uint32_t index> bool run_types(VKDevice &device) {
         layout(local_size_x = 1) in;
         layout(std430, binding = 0) buffer Data { uint data; };
         void main() { data = subgroupAdd(data) - 1u; })",
+        R"(#version 450
+        #extension GL_KHR_shader_subgroup_vote : require
+        layout(local_size_x = 1) in;
+        layout(std430, binding = 0) buffer Data { uint data; };
+        void main() { if(subgroupAll(data == 3u)) data = 2u; })",
+        R"(#version 450
+        #extension GL_KHR_shader_subgroup_shuffle : require
+        layout(local_size_x = 1) in;
+        layout(std430, binding = 0) buffer Data { uint data; };
+        void main() { data = subgroupShuffle(data, 0u) - 1u; })",
+        R"(#version 450
+        #extension GL_EXT_shader_explicit_arithmetic_types : require
+        #extension GL_EXT_shader_atomic_int64 : require
+        layout(local_size_x = 1) in;
+        layout(std430, binding = 0) buffer Data { uint data; };
+        shared uint64_t sum;
+        void main() { sum = uint64_t(data); atomicAdd(sum, uint64_t(0) - uint64_t(1)); data = uint(sum); })",
+        R"(#version 450
+        #extension GL_EXT_shader_atomic_float : require
+        layout(local_size_x = 1) in;
+        layout(std430, binding = 0) buffer Data { uint data; };
+        shared float sum;
+        void main() { sum = float(data); atomicAdd(sum, -1.0); data = uint(sum); })",
     };
     // Two words: 3 becomes 2, and the second is 0 or what the text makes of it.
     return run_kernel(device, texts[index], {3, 0}, {2, index == 6 ? 0x3F800000u : 0});
@@ -697,6 +720,12 @@ const std::vector<DeviceWork> &DeviceWork::getList() {
         {"64-bit atomics", run_types<5>, {"KHR_shader_atomic_int64", "ShaderAtomicInt64Features.0", "shaderInt64"}},
         {"float atomics", run_types<6>, {"EXT_shader_atomic_float", "ShaderAtomicFloatFeatures.1"}},
         {"subgroups", run_types<7>, {}},
+        {"votes", run_types<8>, {}},
+        {"shuffles", run_types<9>, {}},
+        {"64-bit atomics of a group",
+         run_types<10>,
+         {"KHR_shader_atomic_int64", "ShaderAtomicInt64Features.0", "shaderInt64"}},
+        {"float atomics of a group", run_types<11>, {"EXT_shader_atomic_float", "ShaderAtomicFloatFeatures.1"}},
         {"condition", run_condition, {"EXT_conditional_rendering", "ConditionalRenderingFeatures.0"}},
         {"triangle", draw_triangle, {}},
         {"vertices", draw_vertices, {}},

@@ -1,5 +1,5 @@
 // What the suite did, at its end: messages of the validation layer, features of the device that were put to use, and
-// tests that were skipped. A feature that the device has and nobody used is a failure of the whole suite.
+// tests that were skipped. A message that no test allowed is a failure of the whole suite.
 
 #include <stdio.h>
 #include <string>
@@ -53,7 +53,6 @@ public:
         print("features of the device that were not used", unused);
         print("features that the device does not have", absent);
         print("tests that were skipped", summary->skipped);
-        if(testing::GTEST_FLAG(filter) == "*") EXPECT_TRUE(unused.empty());
     }
 
 private:
