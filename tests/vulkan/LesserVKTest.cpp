@@ -142,6 +142,14 @@ TEST_F(LesserVKTest, without_a_feature) {
     }
 }
 
+static constexpr struct {
+    const char *name;
+    uint32_t core; // version of Vulkan that has it, 0 for none
+} extensions[] = {
+#define VK_EXTENSION(NAME, FLAG, CORE) {NAME, CORE},
+#include "VKExtensions.inc"
+};
+
 // Vulkan of a version, with all extensions and with none.
 TEST_F(LesserVKTest, older_versions) {
     for(const uint32_t version : {VK_API_VERSION_1_2, VK_API_VERSION_1_1}) {
@@ -152,9 +160,9 @@ TEST_F(LesserVKTest, older_versions) {
             reopen();
             EXPECT_EQ(getAdapter()->getVersion(), version);
             std::vector<std::string> hidden;
-#define VK_EXTENSION(NAME, FLAG, CORE) \
-    if(is_bare && (CORE == 0 || version < CORE)) hidden.push_back(NAME);
-#include "VKExtensions.inc"
+            for(const auto &extension : extensions) {
+                if(is_bare && (extension.core == 0 || version < extension.core)) hidden.push_back(extension.name);
+            }
             for(const DeviceWork &work : DeviceWork::getList()) check(work, hidden);
             DriverLayer::showAll();
         }

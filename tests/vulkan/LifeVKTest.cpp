@@ -102,8 +102,12 @@ protected:
         if(frame % 50 == 0) {
             DevicePtr child((frame % 100) ? device->createComputeDevice(2) : device->createCommandDevice(2));
             ASSERT_TRUE(child && child->clearBuffer(large.get()));
-            if(frame % 100 == 0) ASSERT_TRUE(device->execute(child.get()));
-            if(frame % 100) ASSERT_TRUE(child->finish());
+            if(frame % 100 == 0) {
+                ASSERT_TRUE(device->execute(child.get()));
+            }
+            if(frame % 100) {
+                ASSERT_TRUE(child->finish());
+            }
         }
         ASSERT_TRUE(device->signalFence(fence.get()));
         ASSERT_TRUE(device->flip());
@@ -215,7 +219,9 @@ TEST_F(LifeVKTest, threads) {
         EXPECT_EQ(getPixels(color.get())[5], (Pixel{uint8_t(frame), 255, 0, 255}));
         EXPECT_EQ(getWords(copy.get()), std::vector<uint32_t>(64, frame * (frame + 1) / 2));
         EXPECT_TRUE(device->flip() && draw_child->flip() && compute_child->flip());
-        if(frame % 8 == 0) EXPECT_TRUE(createKernel(add_text, 1, 1) && create_pipeline());
+        if(frame % 8 == 0) {
+            EXPECT_TRUE(createKernel(add_text, 1, 1) && create_pipeline());
+        }
     }
     compute_thread.join();
     copy_thread.join();
