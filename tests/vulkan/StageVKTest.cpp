@@ -128,6 +128,13 @@ TEST_F(StageVKTest, mesh_and_task) {
                             command.drawMeshIndirect(1);
                         }),
               get_text({{0, 12, 4, 16}, {0, 4, 4, 8}}));
+    EXPECT_EQ(draw_text(pipeline,
+                        [](Command &command) {
+                            const Command::DrawMeshIndirect records[] = {{1, 2, 1}, {2, 1, 1}};
+                            command.setIndirectData(records, sizeof(records));
+                            command.drawMeshIndirect(2);
+                        }),
+              get_text({{0, 12, 4, 16}, {0, 4, 4, 8}, {8, 12, 12, 16}}));
 
     PipelinePtr tasks = createPipeline({{Shader::TypeTask, R"(#version 450
         #extension GL_EXT_mesh_shader : require
