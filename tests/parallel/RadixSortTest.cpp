@@ -130,8 +130,12 @@ protected:
         const uint32_t limit = std::max(radix.getMaxElements(), radix.getSortElements());
         const std::vector<uint32_t> every = makeSizes(std::min(limit, 4096u) + 1, 1);
         run_regions(radix, {every, 8});
-        run_single(radix, {every, 8, true});
-        run_indirect(radix, FormSingle, {every, 8});
+        // the software driver maps pages for each dispatch until a submission is done, and the system limits their number
+        for(size_t i = 0; i < every.size(); i += 256) {
+            const std::vector<uint32_t> sizes(every.begin() + i, every.begin() + std::min(i + 256, every.size()));
+            run_single(radix, {sizes, 8, true});
+            run_indirect(radix, FormSingle, {sizes, 8});
+        }
         // as many blocks as every device runs
         for(const auto &sizes : splitSizes(every, radix.getUpdateElements(), 40000)) {
             run_indirect(radix, FormCount, {sizes, 8, true});
@@ -201,6 +205,7 @@ TEST_F(RadixSortTest, every_size_and_group) {
 
 // All sizes from nothing to several groups.
 TEST_F(RadixSortTest, every_size) {
+    if(isEverySize()) GTEST_SKIP() << "every_size_and_group does it with all groups";
     PrefixScan scan;
     RadixSort radix;
     ASSERT_TRUE(radix.create(device.get(), RadixSort::FlagsAll, &scan, 9000000, 64, 4200));
