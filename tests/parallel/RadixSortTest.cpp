@@ -142,7 +142,12 @@ protected:
             run_indirect(radix, FormCountBuffer, {sizes, 8});
         }
         const uint32_t most = std::min(limit, radix.getDataSize());
-        for(uint32_t i = 0; i < 20; i++) run_single(radix, {{uint32_t(random()) % (most + 1)}, (i == 0) ? 32u : 4u});
+        for(uint32_t i = 0; i < 20; i++) {
+            const uint32_t size = (uint32_t(random()) % (most + 1)) >> (i % 5);
+            run_single(radix, {{size}, (i == 0) ? 32u : 4u});
+        }
+        printf("every size with groups of %u threads: %s\n", radix.getGroupSize(), HasFailure() ? "failed" : "equal");
+        fflush(stdout);
     }
 
     std::vector<BufferPtr> dispatches;
