@@ -1,5 +1,7 @@
 #include "VKAdapter.h"
 
+#include <stdlib.h>
+
 #include "KolmLog.h"
 
 namespace Kolm {
@@ -76,8 +78,8 @@ void VKAdapter::load_flags(uint32_t core_version) {
     FLAG = !VK::isHiddenExtension(NAME) && (checkExtension(NAME) || is_core(core_version, CORE));
 #include "VKExtensions.inc"
     check_dependencies();
-    // Its own dependencies are part of 1.3. Layers that are older than it call every use of it a mistake.
-    if(api_version < VK_API_VERSION_1_3 || VK::getValidation()) has_host_image_copy_ext = false;
+    // Its own dependencies are part of 1.3.
+    if(api_version < VK_API_VERSION_1_3) has_host_image_copy_ext = false;
     // The marker extension is the fallback for debug utils and can't be enabled beside them.
     if(VK::hasDebugUtils()) has_debug_marker_ext = false;
 }
@@ -120,9 +122,23 @@ void VKAdapter::check_flags() {
 #include "VKFeatures.inc"
 }
 
+// Whether a validation layer stands before the driver, asked for by the application or by its user.
+static bool is_validated() {
+    for(const char *name : {"VK_INSTANCE_LAYERS", "VK_LOADER_LAYERS_ENABLE"}) {
+        const char *layers = getenv(name);
+        if(layers && strstr(layers, "validation")) return true;
+    }
+    return VK::getValidation();
+}
+
 // Copies by the host are used where they leave images in the layouts that shaders read, and in the device's own memory.
 void VKAdapter::check_host_copies() {
     if(!has_host_image_copy_ext) return;
+    // Layers that are older than the extension call every use of it a mistake.
+    if(is_validated()) {
+        has_host_image_copy_ext = false;
+        return;
+    }
     VkImageLayout src_layouts[64], dest_layouts[64];
     auto copies = vk_record<VkPhysicalDeviceHostImageCopyPropertiesEXT>(
         VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_HOST_IMAGE_COPY_PROPERTIES_EXT);
