@@ -43,8 +43,8 @@ const char *kernel_src = R"(#version 450
     layout(std430, binding = 1) buffer Data { float data[]; };
     void main() { data[gl_GlobalInvocationID.x] = params[0].x; })";
 
-// The software driver takes a block for each command, which costs twice as much after the heap merged its free blocks. Any
-// larger allocation does that, so both sides begin with it.
+// The software driver takes a block for each command, and what that costs hangs on the state of the heap. A larger
+// allocation makes glibc merge its free blocks; both sides begin with one, so that they find the same.
 void merge_heap() {
     void *block = malloc(8192);
     benchmark::DoNotOptimize(block);
