@@ -10,7 +10,7 @@ namespace {
 std::mutex mutex;
 std::set<std::string> used;
 
-// Numbers of the SPIR-V specification.
+// Numbers of SPIR-V.
 enum Spirv : uint32_t {
     OpEntryPoint = 15,
     OpCapability = 17,

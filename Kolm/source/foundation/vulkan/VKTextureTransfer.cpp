@@ -112,6 +112,18 @@ bool VKTexture::set(VKContext *ctx, const Origin &origin, const Slice &dest_slic
     return status;
 }
 
+// A part as copies by the host have it, in either direction.
+template<class Region, class Pixels>
+static Region get_host_region(VkStructureType type, Pixels &image, const Part &part) {
+    auto region = vk_record<Region>(type);
+    region.pHostPointer = image.getData(part.slice) + part.offset;
+    region.imageSubresource = part.copy.imageSubresource;
+    region.imageSubresource.aspectMask = VK_IMAGE_ASPECT_COLOR_BIT;
+    region.imageOffset = part.copy.imageOffset;
+    region.imageExtent = part.copy.imageExtent;
+    return region;
+}
+
 // All that was recorded has run.
 bool VKTexture::set_host(VKContext *ctx, const Origin &origin, const Slice &dest_slice, const Image &image,
                          const Slice &image_slice) {
@@ -141,12 +153,8 @@ bool VKTexture::set_host(VKContext *ctx, const Origin &origin, const Slice &dest
     info.dstImageLayout = layout;
     info.regionCount = 1;
     status = status && for_each_part(*this, origin, dest_slice, image, image_slice, [&](Part &part) {
-                 auto region = vk_record<VkMemoryToImageCopyEXT>(VK_STRUCTURE_TYPE_MEMORY_TO_IMAGE_COPY_EXT);
-                 region.pHostPointer = image.getData(part.slice) + part.offset;
-                 region.imageSubresource = part.copy.imageSubresource;
-                 region.imageSubresource.aspectMask = VK_IMAGE_ASPECT_COLOR_BIT;
-                 region.imageOffset = part.copy.imageOffset;
-                 region.imageExtent = part.copy.imageExtent;
+                 const auto region =
+                     get_host_region<VkMemoryToImageCopyEXT>(VK_STRUCTURE_TYPE_MEMORY_TO_IMAGE_COPY_EXT, image, part);
                  info.pRegions = &region;
                  return !VK::error(vkCopyMemoryToImageEXT(device, &info));
              });
@@ -164,12 +172,8 @@ bool VKTexture::get_host(VKContext *ctx, const Slice &slice, Image &image, const
     info.srcImageLayout = layout;
     info.regionCount = 1;
     status = status && for_each_part(*this, Origin(), slice, image, image_slice, [&](Part &part) {
-                 auto region = vk_record<VkImageToMemoryCopyEXT>(VK_STRUCTURE_TYPE_IMAGE_TO_MEMORY_COPY_EXT);
-                 region.pHostPointer = image.getData(part.slice) + part.offset;
-                 region.imageSubresource = part.copy.imageSubresource;
-                 region.imageSubresource.aspectMask = VK_IMAGE_ASPECT_COLOR_BIT;
-                 region.imageOffset = part.copy.imageOffset;
-                 region.imageExtent = part.copy.imageExtent;
+                 const auto region =
+                     get_host_region<VkImageToMemoryCopyEXT>(VK_STRUCTURE_TYPE_IMAGE_TO_MEMORY_COPY_EXT, image, part);
                  info.pRegions = &region;
                  return !VK::error(vkCopyImageToMemoryEXT(adapter->getDevice(), &info));
              });
