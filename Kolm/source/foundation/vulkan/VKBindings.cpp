@@ -112,10 +112,9 @@ VkDescriptorSetLayout VKBindings::get_table_layout(const Parameters &parameters,
     const Parameters::TableType type = parameters.getTableType(index);
     KOLM_ASSERT(type < Parameters::NumTableTypes && "VKKernel::get_table_layout(): unknown table type");
     // A table brings its set along, so its layout depends on the table alone.
-    const VKLayouts::Binding binding =
-        VKTable::getBinding(type == Parameters::TableTypeTexture ? VK_DESCRIPTOR_TYPE_SAMPLED_IMAGE
-                                                                 : VK_DESCRIPTOR_TYPE_STORAGE_BUFFER,
-                            parameters.getTableSize(index));
+    const VKLayouts::Binding binding = VKTable::getBinding(
+        type == Parameters::TableTypeTexture ? VK_DESCRIPTOR_TYPE_SAMPLED_IMAGE : VK_DESCRIPTOR_TYPE_STORAGE_BUFFER,
+        parameters.getTableSize(index));
     VkDescriptorSetLayout layout = VK_NULL_HANDLE;
     if(VKTable::isSupported(adapter, binding.type, binding.count))
         layout = VKLayouts::get(adapter->getIndex()).getSetLayout(adapter->getDevice(), &binding, 1, true);

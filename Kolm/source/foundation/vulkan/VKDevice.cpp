@@ -67,8 +67,7 @@ void VKDevice::load_features(Features &f, const VKAdapter &adapter) {
     f.baseInstanceIndex = true;
     f.vertexStorage = true;
     f.drawIndirectIndex = adapter.has_shader_draw_parameters;
-    f.drawIndirectCount =
-        adapter.has_draw_indirect_count && core.multiDrawIndirect && limits.maxDrawIndirectCount >= 2;
+    f.drawIndirectCount = adapter.has_draw_indirect_count && core.multiDrawIndirect && limits.maxDrawIndirectCount >= 2;
     f.taskIndirectCount = adapter.has_mesh_shader_ext;
     f.vertexIndexLayer = adapter.has_shader_viewport_index_layer_ext || adapter.has_viewport_array2_nv;
     f.geometryPassthrough = adapter.has_geometry_shader_passthrough_nv;

@@ -180,8 +180,9 @@ VkRenderPass create_pass(const VKAdapter *adapter, const VKPasses::Key &key) {
     info.pDependencies = dependencies;
     if(!adapter->has_create_renderpass2) return create_first_pass(adapter, info);
     VkRenderPass pass = VK_NULL_HANDLE;
-    return VK::error(adapter->vkCreateRenderPass2(adapter->getDevice(), &info, nullptr, &pass)) ? VkRenderPass(VK_NULL_HANDLE)
-                                                                                       : pass;
+    return VK::error(adapter->vkCreateRenderPass2(adapter->getDevice(), &info, nullptr, &pass))
+               ? VkRenderPass(VK_NULL_HANDLE)
+               : pass;
 }
 
 } // namespace

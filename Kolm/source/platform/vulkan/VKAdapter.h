@@ -235,8 +235,8 @@ private:
                                   void *host_ptr, const void *next);
 
     bool is_created = false;
-    Atomici32 is_lost;     // by any thread that submits or waits
-    bool is_owner = true;          // the device is destroyed with the adapter
+    Atomici32 is_lost;    // by any thread that submits or waits
+    bool is_owner = true; // the device is destroyed with the adapter
     uint32_t adapter_count = 0;
     uint32_t adapter_index = 0;
     uint32_t api_version = 0;

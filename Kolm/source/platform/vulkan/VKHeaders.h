@@ -138,7 +138,7 @@ typedef struct VkHostImageLayoutTransitionInfoEXT {
 typedef VkResult(VKAPI_PTR *PFN_vkCopyMemoryToImageEXT)(VkDevice device, const VkCopyMemoryToImageInfoEXT *info);
 typedef VkResult(VKAPI_PTR *PFN_vkCopyImageToMemoryEXT)(VkDevice device, const VkCopyImageToMemoryInfoEXT *info);
 typedef VkResult(VKAPI_PTR *PFN_vkTransitionImageLayoutEXT)(VkDevice device, uint32_t count,
-                                                         const VkHostImageLayoutTransitionInfoEXT *transitions);
+                                                            const VkHostImageLayoutTransitionInfoEXT *transitions);
 #endif
 
 namespace Kolm {
