@@ -480,6 +480,12 @@ def image_reads_and_writes_all_files(folder):
         check(run.returncode == 0, "many files", run)
     for path in sorted((folder / "out1").iterdir()):
         check(path.read_bytes() == (folder / "out4" / path.name).read_bytes(), f"{path.name} does not depend on -j")
+    # no direct way leads from 16-bit integers to halfs
+    for path in ("RGBAu16n", "BC6RGBf16u", "RGBAu8n"):
+        run = run_image(folder, "a.png", "--format", path, "-o", path + ".ktx")
+        if run.returncode == 0 and path != "RGBAu16n":
+            run = run_image(folder, "RGBAu16n.ktx", "--format", path, "-o", path + ".ktx")
+        check(run.returncode == 0 and f"2D {path}" in run_image(folder, path + ".ktx").stdout, f"16 bits into {path}", run)
     for format in ("RGBAf16", "BC7RGBAu8n", "ETC2RGBAu8n"):
         for jobs in ("1", "4"):
             run = run_image(folder, "a.png", "--resize", "40x30", "--filter", "cubic", "--mipmaps", "--format", format, "-j", jobs, "-o", f"j{jobs}.ktx")

@@ -207,7 +207,7 @@ Image convertImage(const Image &image, Format format, uint32_t flags, Async *asy
     if(ret) {
         Image direct = ret.toFormat(format, Image::Flags(flags), async);
         // Elements of one width, and signed ones, convert through floats.
-        if(!direct && !isBlockFormat(format)) {
+        if(!direct) {
             const Image floats = ret.toFormat(toFormatComponents(FormatRf32, ret.getComponents()), Image::Flags(flags));
             if(floats) direct = floats.toFormat(format, Image::Flags(flags));
         }
