@@ -87,6 +87,24 @@ bool parse_size(const char *text, uint32_t &width, uint32_t &height) {
     return parse_number(text, 1u << 20, width, 'x', &next) && parse_number(next, 1u << 20, height) && (width || height);
 }
 
+// Name of the first format that begins so, or else is the fewest letters away and begins alike, in letters of either case.
+const char *find_near_format(const char *name) {
+    const char *ret = "";
+    uint32_t least = ~0u;
+    for(uint32_t i = 1; i < NumFormats; i++) {
+        const char *other = getFormatName(Format(i));
+        if(findFormatName(other) == FormatUnknown) continue;
+        if(strncasecmp(other, name, strlen(name)) == 0) return other;
+        uint32_t same = 0;
+        while(same < 7 && name[same] && strncasecmp(other, name, same + 1) == 0) same++;
+        const uint32_t distance =
+            Ostrevan::String(other).lower().distance(Ostrevan::String(name).lower().get()) * 8 - same;
+        if(distance <= least) ret = other;
+        least = std::min(least, distance);
+    }
+    return ret;
+}
+
 bool parse_slice(const char *text, uint32_t *slice) {
     const char *next = nullptr;
     return parse_number(text, 5, slice[0], ',', &next) && parse_number(next, 65535, slice[1], ',', &next) &&
@@ -157,7 +175,8 @@ int parse(int argc, char **argv, ImageOptions &options) {
             valid = options.has_resize = parse_size(value, options.width, options.height);
         } else if(name == "--format") {
             options.format = findFormatName(value);
-            valid = options.format;
+            if(!options.format)
+                return usageError("image", "\"%s\" is no format; near it is \"%s\"", value, find_near_format(value));
         } else if(name == "--filter") {
             for(const auto &row : filters) {
                 if(strcmp(value, row.name) == 0) options.filter = row.filter;
