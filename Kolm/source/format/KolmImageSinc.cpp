@@ -53,7 +53,11 @@ SincTaps::SincTaps(uint32_t src_size, uint32_t dst_size) {
     const ImageFootprints footprints(src_size, dst_size);
     const float64_t scale = footprints.scale;
     const int64_t radius = min(int64_t(scale * 4.0 + 0.5), int64_t(32));
+    // With a whole scale most texels have the weights of the one before.
+    const bool is_whole = (scale == floor(scale));
     float64_t values[max_taps];
+    float64_t first_x = 0.0, sum = 0.0;
+    uint32_t num_values = 0;
     items.resize(dst_size);
     for(uint32_t i = 0; i < dst_size; i++) {
         const ImageFootprints::Item &print = footprints.items[i];
@@ -65,11 +69,17 @@ SincTaps::SincTaps(uint32_t src_size, uint32_t dst_size) {
         item.center = min(print.center - item.begin, item.size - 1);
         item.offset = weights.size();
         max_size = max(max_size, item.size);
-        float64_t sum = 0.0;
-        for(uint32_t k = 0; k < item.size; k++) {
-            const float64_t x = (float64_t(item.begin + k) + 0.5 - (float64_t(i) + 0.5) * scale) / scale;
-            values[k] = lanczos(x);
-            sum += values[k];
+        const auto get_x = [&](uint32_t k) {
+            return (float64_t(item.begin + k) + 0.5 - (float64_t(i) + 0.5) * scale) / scale;
+        };
+        if(!is_whole || num_values != item.size || first_x != get_x(0)) {
+            sum = 0.0;
+            for(uint32_t k = 0; k < item.size; k++) {
+                values[k] = lanczos(get_x(k));
+                sum += values[k];
+            }
+            num_values = item.size;
+            first_x = get_x(0);
         }
         // The rounding errors of fixed weights are carried on, so that the last one makes the sum complete.
         float64_t carry = 0.0;
