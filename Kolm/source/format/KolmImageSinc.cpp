@@ -28,13 +28,6 @@ float64_t lanczos(float64_t x) {
 struct SincTaps {
     SincTaps(uint32_t src_size, uint32_t dst_size);
 
-    struct Item {
-        uint32_t begin;
-        uint32_t size;
-        uint32_t center; // counted from begin
-        uint32_t offset; // of its weights
-    };
-    Array<Item> items;
     /// Weights of all items as the numbers that sums are made of.
     template<class Real> const Real *get() const {
         if constexpr(std::is_same_v<Real, float32_t>)
@@ -42,6 +35,14 @@ struct SincTaps {
         else
             return weights.get();
     }
+
+    struct Item {
+        uint32_t begin;
+        uint32_t size;
+        uint32_t center; // counted from begin
+        uint32_t offset; // of its weights
+    };
+    Array<Item> items;
     Array<float64_t> weights;
     Array<float32_t> singles; // the same
     uint32_t max_size = 0;

@@ -71,7 +71,8 @@ bool VKTexture::set(VKContext *ctx, const Origin &origin, const Slice &dest_slic
                     const Slice &image_slice) {
     if(!check_set(origin, dest_slice, image, image_slice)) return false;
     // Others may use it, and what is recorded comes first.
-    if(has_host_copies && ctx == context && ctx->isIdle() && !used_outside.load_relaxed())
+    const bool is_ready = (texture_layout == VK_IMAGE_LAYOUT_UNDEFINED || texture_layout == getReadLayout());
+    if(has_host_copies && is_ready && ctx == context && ctx->isIdle() && !used_outside.load_relaxed())
         return set_host(ctx, origin, dest_slice, image, image_slice);
     const TextureUnits units(*this);
     Array<VkBufferImageCopy> copies;
@@ -124,7 +125,7 @@ static Region get_host_region(VkStructureType type, Pixels &image, const Part &p
     return region;
 }
 
-// All that was recorded has run.
+// All that was recorded has run, and the layout is none or that of reading.
 bool VKTexture::set_host(VKContext *ctx, const Origin &origin, const Slice &dest_slice, const Image &image,
                          const Slice &image_slice) {
     const VkDevice device = adapter->getDevice();
@@ -137,8 +138,7 @@ bool VKTexture::set_host(VKContext *ctx, const Origin &origin, const Slice &dest
         transition.oldLayout = texture_layout;
         transition.newLayout = layout;
         transition.subresourceRange = get_full_range();
-        status = (texture_layout == VK_IMAGE_LAYOUT_UNDEFINED &&
-                  !VK::error(vkTransitionImageLayoutEXT(device, 1, &transition)));
+        status = !VK::error(vkTransitionImageLayoutEXT(device, 1, &transition));
         if(status) {
             // What the host wrote is there when the next commands are submitted.
             texture_layout = layout;
