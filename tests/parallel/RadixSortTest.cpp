@@ -184,33 +184,39 @@ TEST_F(RadixSortTest, limits) {
     run_single(radix, {{0, 1, 7, 15, 16}});
 }
 
-TEST_F(RadixSortTest, every_size_and_group) {
-    for(uint32_t path = 0; path < NumPaths; path++) {
-        setPath(path);
-        for(const uint32_t groups : {8u, 32u, 64u, 128u, 256u, 512u, 1024u}) {
-            if(path == PathChecked && groups != 64 && !isEverySize()) continue;
-            SCOPED_TRACE(testing::Message() << groups << " threads, " << getPathName(path));
-            PrefixScan scan;
-            RadixSort radix;
-            const uint32_t elements = groups * 4;
-            ASSERT_TRUE(radix.create(device.get(), RadixSort::FlagsAll, &scan, 9000000, groups, 4200));
-            // all that one group sorts, those around its limits, and some of more groups
-            run_regions(radix, {makeSizes(elements + 2, 61), 9});
-            std::vector<uint32_t> sizes = {elements * 2 - 1, elements * 2, elements * 2 + 1, elements * 3 + 7, 5000};
-            for(uint32_t i = 0; i < 3; i++) sizes.push_back(random() % 20000);
-            const uint32_t limit = std::max(radix.getMaxElements(), elements);
-            for(uint32_t &size : sizes) size = std::min(size, limit);
-            run_single(radix, {sizes, 32});
-            run_regions(radix, {sizes, 10, true});
-            if(isEverySize()) run_every_size(radix);
-            if(HasFatalFailure()) return;
-        }
-    }
+class RadixSortGroupTest : public RadixSortTest, public testing::WithParamInterface<std::tuple<uint32_t, uint32_t>> {};
+
+// Sizes around what a group sorts, with all sizes of groups, on each path.
+TEST_P(RadixSortGroupTest, sizes) {
+    const auto [path, groups] = GetParam();
+    if(path == PathChecked && groups != 64 && !isEverySize()) return;
+    setPath(path);
+    PrefixScan scan;
+    RadixSort radix;
+    const uint32_t elements = groups * 4;
+    ASSERT_TRUE(radix.create(device.get(), RadixSort::FlagsAll, &scan, 9000000, groups, 4200));
+    // all that one group sorts, those around its limits, and some of more groups
+    run_regions(radix, {makeSizes(elements + 2, 61), 9});
+    std::vector<uint32_t> sizes = {elements * 2 - 1, elements * 2, elements * 2 + 1, elements * 3 + 7, 5000};
+    for(uint32_t i = 0; i < 3; i++) sizes.push_back(random() % 20000);
+    const uint32_t limit = std::max(radix.getMaxElements(), elements);
+    for(uint32_t &size : sizes) size = std::min(size, limit);
+    run_single(radix, {sizes, 32});
+    run_regions(radix, {sizes, 10, true});
+    if(isEverySize()) run_every_size(radix);
 }
+
+INSTANTIATE_TEST_SUITE_P(groups, RadixSortGroupTest,
+                         testing::Combine(testing::Range(0u, uint32_t(RangeTest::NumPaths)),
+                                          testing::Values(8u, 32u, 64u, 128u, 256u, 512u, 1024u)),
+                         [](const auto &info) {
+                             return std::string(RangeTest::getPathName(std::get<0>(info.param))) + "_" +
+                                    std::to_string(std::get<1>(info.param));
+                         });
 
 // All sizes from nothing to several groups.
 TEST_F(RadixSortTest, every_size) {
-    if(isEverySize()) GTEST_SKIP() << "every_size_and_group does it with all groups";
+    if(isEverySize()) GTEST_SKIP() << "RadixSortGroupTest does it with all groups";
     PrefixScan scan;
     RadixSort radix;
     ASSERT_TRUE(radix.create(device.get(), RadixSort::FlagsAll, &scan, 9000000, 64, 4200));

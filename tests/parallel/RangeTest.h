@@ -14,19 +14,21 @@ struct Range {
 };
 
 class RangeTest : public GpuTest {
+public:
+    /// What the scan within a group rests on: subgroups of the one size that the device has, subgroups whose size is
+    /// compared at run time, or shared memory.
+    enum Path { PathFixed, PathChecked, PathMemory, NumPaths };
+    static const char *getPathName(uint32_t path) {
+        static const char *const names[] = {"subgroups", "checked", "memory"};
+        return names[path];
+    }
+
 protected:
     void TearDown() override {
         setPath(PathFixed);
         GpuTest::TearDown();
     }
 
-    /// What the scan within a group rests on: subgroups of the one size that the device has, subgroups whose size is
-    /// compared at run time, or shared memory.
-    enum Path { PathFixed, PathChecked, PathMemory, NumPaths };
-    static const char *getPathName(uint32_t path) {
-        static const char *const names[] = {"subgroups", "subgroups of a checked size", "shared memory"};
-        return names[path];
-    }
     /// For kernels that are made from now on.
     static void setPath(uint32_t path) {
         Kolm::Shader::removeMacro("NO_SUBGROUP");
