@@ -107,11 +107,8 @@ struct PlainLoop {
         vkDestroyCommandPool(vk, pool, nullptr);
     }
 
-    // \p around binds what is not a slot, and for draws begins and ends the pass.
-    template<class Around>
-    void record(const float *params, Around around, uint32_t num = num_dispatches, uint32_t groups = 0) {
+    void record(const float *params, uint32_t num = num_dispatches, uint32_t groups = 0) {
         VKAdapter *adapter = device->getAdapter();
-        around(adapter, command, true);
         const bool is_draw = (num_slots == 1);
         for(uint32_t i = 0; i < num; i++) {
             memcpy(data + stride * i, params, 64);
@@ -125,7 +122,6 @@ struct PlainLoop {
                 adapter->vkCmdDispatch(command, groups, 1, 1);
             }
         }
-        around(adapter, command, false);
     }
     // Runs what was recorded, waits, and begins anew, as the library does when a frame is over.
     void submit() {
@@ -165,7 +161,8 @@ struct PlainLoop {
     uint32_t stride = 0;
 };
 
-// Recording of a thousand setUniformData and dispatch. The work runs between the measurements.
+// A thousand setUniformData and dispatch. What is bound before them, with a first dispatch that writes the set, and the
+// run of the work lie between the measurements of both.
 void dispatches(benchmark::State &state) {
     Gpu gpu;
     if(!gpu.device) return state.SkipWithError("no device");
@@ -176,31 +173,33 @@ void dispatches(benchmark::State &state) {
     VKKernel *vk_kernel = static_cast<VKKernel *>(kernel.get());
     PlainLoop plain(gpu.device.get(), &vk_kernel->getBindings(), static_cast<VKBuffer *>(storage.get()));
     const float params[16] = {1.0f};
+    std::unique_ptr<Compute> compute;
     compare(
         state,
         [&] {
-            std::unique_ptr<Compute> compute(gpu.device->createCompute());
-            compute->setKernel(kernel.get());
-            compute->setStorageBuffer(0, storage.get());
             for(uint32_t i = 0; i < num_dispatches; i++) {
                 compute->setUniformData(0, params, sizeof(params));
                 compute->dispatch(0, 1, 1);
             }
         },
+        [&] { plain.record(params); }, 0.0,
         [&] {
-            plain.record(params, [&](VKAdapter *adapter, VkCommandBuffer command, bool begin) {
-                if(begin) adapter->vkCmdBindPipeline(command, VK_PIPELINE_BIND_POINT_COMPUTE, vk_kernel->getPipeline());
-            });
-        },
-        0.0,
-        [&] {
+            compute.reset();
             gpu.device->finish();
+            compute.reset(gpu.device->createCompute());
+            compute->setKernel(kernel.get());
+            compute->setStorageBuffer(0, storage.get());
+            compute->setUniformData(0, params, sizeof(params));
+            compute->dispatch(0, 1, 1);
             merge_heap();
         },
         [&] {
             plain.submit();
+            gpu.device->getAdapter()->vkCmdBindPipeline(plain.command, VK_PIPELINE_BIND_POINT_COMPUTE,
+                                                        vk_kernel->getPipeline());
             merge_heap();
         });
+    compute.reset();
     plain.finish();
     state.counters["ours_ns_each"] = state.counters["ours_us"] * 1000.0 / num_dispatches;
 }
@@ -224,17 +223,24 @@ struct Draws {
             void main() { out_color = vec4(1.0); })") &&
                   pipeline->create() && index;
     }
-    void record(const float *params) {
+    void begin(const float *params) {
         target->begin();
-        std::unique_ptr<Command> command(device->createCommand(target.get()));
+        command.reset(device->createCommand(target.get()));
         command->setPipeline(pipeline.get());
         command->setIndexBuffer(FormatRu16, index.get());
+        command->setUniformData(0, params, 64);
+        command->drawElements(3);
+    }
+    void record(const float *params) {
         for(uint32_t i = 0; i < num_draws; i++) {
             command->setUniformData(0, params, 64);
             command->drawElements(3);
         }
+    }
+    void end() {
+        if(command) target->end();
         command.reset();
-        target->end();
+        device->finish();
     }
 
     VKDevice *device;
@@ -242,10 +248,11 @@ struct Draws {
     std::unique_ptr<Target> target;
     std::unique_ptr<Pipeline> pipeline;
     std::unique_ptr<Buffer> index;
+    std::unique_ptr<Command> command;
     bool created = false;
 };
 
-// Recording of a thousand setUniformData and drawElements. The work runs between the measurements.
+// The same for setUniformData and drawElements.
 void draws(benchmark::State &state) {
     Gpu gpu;
     if(!gpu.device) return state.SkipWithError("no device");
@@ -253,43 +260,53 @@ void draws(benchmark::State &state) {
     if(!ours.created) return state.SkipWithError("no pipeline");
     VKPipeline *pipeline = static_cast<VKPipeline *>(ours.pipeline.get());
     const float params[16] = {2.0f, 2.0f, 0.0f, 1.0f};
-    ours.record(params);
     VKTarget *target = static_cast<VKTarget *>(ours.target.get());
     PlainLoop plain(gpu.device.get(), &pipeline->getBindings(), nullptr);
+    ours.begin(params); // makes the framebuffer
+    ours.end();
+    bool has_pass = false;
+    const auto end_pass = [&] {
+        if(has_pass) gpu.device->getAdapter()->vkCmdEndRenderPass(plain.command);
+        has_pass = false;
+    };
+    const auto begin_pass = [&] {
+        VKAdapter *adapter = gpu.device->getAdapter();
+        VkCommandBuffer command = plain.command;
+        VkClearValue clear = {};
+        auto info = vk_record<VkRenderPassBeginInfo>(VK_STRUCTURE_TYPE_RENDER_PASS_BEGIN_INFO);
+        info.renderPass = target->getRenderPass();
+        info.framebuffer = target->getFramebuffer();
+        info.renderArea.extent = {16, 16};
+        info.clearValueCount = 1;
+        info.pClearValues = &clear;
+        adapter->vkCmdBeginRenderPass(command, &info, VK_SUBPASS_CONTENTS_INLINE);
+        adapter->vkCmdBindPipeline(command, VK_PIPELINE_BIND_POINT_GRAPHICS, pipeline->getPipeline());
+        const VkViewport viewport = {0, 16, 16, -16, 0, 1};
+        const VkRect2D scissor = {{0, 0}, {16, 16}};
+        const float blend[4] = {};
+        adapter->vkCmdSetViewport(command, 0, 1, &viewport);
+        adapter->vkCmdSetScissor(command, 0, 1, &scissor);
+        adapter->vkCmdSetBlendConstants(command, blend);
+        adapter->vkCmdSetStencilReference(command, VK_STENCIL_FACE_FRONT_AND_BACK, 0);
+        adapter->vkCmdBindIndexBuffer(command, static_cast<VKBuffer *>(ours.index.get())->getBuffer(), 0,
+                                      VK_INDEX_TYPE_UINT16);
+        has_pass = true;
+    };
     compare(
-        state, [&] { ours.record(params); },
+        state, [&] { ours.record(params); }, [&] { plain.record(params); }, 0.0,
         [&] {
-            plain.record(params, [&](VKAdapter *adapter, VkCommandBuffer command, bool begin) {
-                if(!begin) return adapter->vkCmdEndRenderPass(command);
-                VkClearValue clear = {};
-                auto info = vk_record<VkRenderPassBeginInfo>(VK_STRUCTURE_TYPE_RENDER_PASS_BEGIN_INFO);
-                info.renderPass = target->getRenderPass();
-                info.framebuffer = target->getFramebuffer();
-                info.renderArea.extent = {16, 16};
-                info.clearValueCount = 1;
-                info.pClearValues = &clear;
-                adapter->vkCmdBeginRenderPass(command, &info, VK_SUBPASS_CONTENTS_INLINE);
-                adapter->vkCmdBindPipeline(command, VK_PIPELINE_BIND_POINT_GRAPHICS, pipeline->getPipeline());
-                const VkViewport viewport = {0, 16, 16, -16, 0, 1};
-                const VkRect2D scissor = {{0, 0}, {16, 16}};
-                const float blend[4] = {};
-                adapter->vkCmdSetViewport(command, 0, 1, &viewport);
-                adapter->vkCmdSetScissor(command, 0, 1, &scissor);
-                adapter->vkCmdSetBlendConstants(command, blend);
-                adapter->vkCmdSetStencilReference(command, VK_STENCIL_FACE_FRONT_AND_BACK, 0);
-                adapter->vkCmdBindIndexBuffer(command, static_cast<VKBuffer *>(ours.index.get())->getBuffer(), 0,
-                                              VK_INDEX_TYPE_UINT16);
-            });
-        },
-        0.0,
-        [&] {
-            gpu.device->finish();
+            ours.end();
+            ours.begin(params);
             merge_heap();
         },
         [&] {
+            end_pass();
             plain.submit();
+            begin_pass();
             merge_heap();
         });
+    ours.end();
+    end_pass();
     plain.finish();
     state.counters["ours_ns_each"] = state.counters["ours_us"] * 1000.0 / num_draws;
 }
@@ -300,24 +317,13 @@ void draw_allocations(benchmark::State &state) {
     Draws ours(gpu.device.get());
     if(!ours.created) return state.SkipWithError("no pipeline");
     const float params[16] = {2.0f, 2.0f, 0.0f, 1.0f};
-    ours.record(params);
     size_t allocations = 0;
     for(auto _ : state) {
-        ours.target->begin();
-        std::unique_ptr<Command> command(gpu.device->createCommand(ours.target.get()));
-        command->setPipeline(ours.pipeline.get());
-        command->setIndexBuffer(FormatRu16, ours.index.get());
-        command->setUniformData(0, params, 64);
-        command->drawElements(3);
+        ours.begin(params);
         const size_t before = Allocator::getAllocations();
-        for(uint32_t i = 0; i < num_draws; i++) {
-            command->setUniformData(0, params, 64);
-            command->drawElements(3);
-        }
+        ours.record(params);
         allocations += Allocator::getAllocations() - before;
-        command.reset();
-        ours.target->end();
-        gpu.device->finish();
+        ours.end();
         state.SetIterationTime(1e-3);
     }
     state.counters["allocations"] = double(allocations);
@@ -551,12 +557,8 @@ struct PlainKernel {
         VkPipelineCache cache = VK_NULL_HANDLE;
         const VkPipeline pipeline = create(cache);
         loop.submit();
-        loop.record(
-            params,
-            [&](VKAdapter *adapter, VkCommandBuffer command, bool begin) {
-                if(begin) adapter->vkCmdBindPipeline(command, VK_PIPELINE_BIND_POINT_COMPUTE, pipeline);
-            },
-            1, 1);
+        device->getAdapter()->vkCmdBindPipeline(loop.command, VK_PIPELINE_BIND_POINT_COMPUTE, pipeline);
+        loop.record(params, 1, 1);
         loop.finish();
         destroy(pipeline, cache);
     }

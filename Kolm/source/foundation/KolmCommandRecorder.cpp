@@ -171,7 +171,7 @@ void CommandRecorder::setStencilRef(uint32_t ref) {
 // draws
 
 // Slots, vertices and viewports of a draw. Mistakes end the process; what was left empty skips the call.
-bool CommandRecorder::check_draw(const Caller &caller, DrawType type) const {
+bool CommandRecorder::check_new_draw(const Caller &caller, DrawType type) {
     check_object(caller);
     const bool has_mesh = (pipeline->getMeshShader() != nullptr);
     if(has_mesh != (type == DrawMesh)) {
@@ -194,6 +194,7 @@ bool CommandRecorder::check_draw(const Caller &caller, DrawType type) const {
     if(pipeline->getScissorTest() && num_scissors < pipeline->getNumViewports()) {
         return caller.error("scissor %u of %s pipeline is not set", num_scissors, Caller::getText(pipeline));
     }
+    checked_types |= (1u << type);
     return true;
 }
 
@@ -212,7 +213,7 @@ void CommandRecorder::draw_elements(const Caller &caller, uint32_t num_indices, 
                                     int32_t base_vertex, uint32_t num_instances, uint32_t base_instance) {
     if(!check_draw(caller, DrawElements)) return;
     const uint64_t end = uint64_t(base_index) + num_indices;
-    if(end > index.size / get_index_size()) {
+    if(KOLM_UNLIKELY(end * get_index_size() > index.size)) {
         caller.error("invalid index range %u-%llu: %s buffer has %zu", base_index, static_cast<unsigned long long>(end),
                      (index.buffer) ? Caller::getText(index.buffer) : "transient", index.size / get_index_size());
         return;

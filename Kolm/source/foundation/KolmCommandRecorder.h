@@ -88,9 +88,16 @@ protected:
     uint32_t stencil_ref = 0;
 
 private:
+    uint32_t checked_types = 0; // bits of DrawType that check_new_draw() found good
+
     SlotKind get_vertex_kind();
     SlotKind get_index_kind(const Caller &caller, Format format);
-    bool check_draw(const Caller &caller, DrawType type) const;
+    bool check_draw(const Caller &caller, DrawType type) {
+        // Nothing but offsets changed since a draw of this type was found good.
+        if(KOLM_UNLIKELY(update_mask & (UpdateAll | UpdateCommand))) checked_types = 0;
+        return KOLM_LIKELY(checked_types & (1u << type)) || check_new_draw(caller, type);
+    }
+    bool check_new_draw(const Caller &caller, DrawType type);
     void set_viewports(const Caller &caller, uint32_t index, const Viewport *src, uint32_t num);
     void set_scissors(const Caller &caller, uint32_t index, const Scissor *src, uint32_t num);
     void draw_elements(const Caller &caller, uint32_t num_indices, uint32_t base_index, int32_t base_vertex,

@@ -5,7 +5,10 @@
 namespace Kolm {
 
 ComputeRecorder::ComputeRecorder(uint32_t index, const Device::Features &features)
-    : SlotRecorder(index, "Compute", features) {}
+    : SlotRecorder(index, "Compute", features) {
+    const uint32_t limits[3] = {features.maxGroupCountX, features.maxGroupCountY, features.maxGroupCountZ};
+    for(uint32_t i = 0; i < 3; i++) max_groups[i] = (limits[i]) ? limits[i] : ~0u;
+}
 
 // what a backend may leave out
 
@@ -52,7 +55,7 @@ uint32_t ComputeRecorder::get_groups(const Caller &caller, const char *name, uin
 void ComputeRecorder::dispatch(uint32_t width, uint32_t height, uint32_t depth) {
     const Caller caller = get_caller("dispatch");
     check_object(caller);
-    if(traversal) {
+    if(KOLM_UNLIKELY(traversal != nullptr)) {
         if(!check_slots(caller)) return;
         if(record_trace(width, height, depth)) update_mask = 0;
         return;
@@ -60,12 +63,9 @@ void ComputeRecorder::dispatch(uint32_t width, uint32_t height, uint32_t depth) 
     width = get_groups(caller, "width", width, kernel->getGroupWidth());
     height = get_groups(caller, "height", height, kernel->getGroupHeight());
     depth = get_groups(caller, "depth", depth, kernel->getGroupDepth());
-    const auto is_above = [](uint32_t num, uint32_t limit) { return limit && num > limit; };
-    if(KOLM_UNLIKELY(is_above(width, features.maxGroupCountX) || is_above(height, features.maxGroupCountY) ||
-                     is_above(depth, features.maxGroupCountZ))) {
+    if(KOLM_UNLIKELY(width > max_groups[0] || height > max_groups[1] || depth > max_groups[2])) {
         caller.error("%ux%ux%u groups of %s kernel are above the limit of %ux%ux%u", width, height, depth,
-                     Caller::getText(kernel), features.maxGroupCountX, features.maxGroupCountY,
-                     features.maxGroupCountZ);
+                     Caller::getText(kernel), max_groups[0], max_groups[1], max_groups[2]);
         return;
     }
     if(!check_slots(caller)) return;

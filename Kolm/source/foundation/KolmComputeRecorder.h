@@ -74,6 +74,8 @@ protected:
     Traversal *traversal = nullptr;
 
 private:
+    uint32_t max_groups[3]; // of a dispatch, ~0u without a limit
+
     static uint32_t get_groups(const Caller &caller, const char *name, uint32_t threads, uint32_t group_size);
 };
 

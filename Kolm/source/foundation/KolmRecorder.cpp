@@ -4,8 +4,6 @@
 
 #include "KolmRecorder.h"
 
-#include <string.h>
-
 namespace Kolm {
 
 Recorder::Recorder(const PlatformBase &self, const char *name, const Device::Features &features)
@@ -253,8 +251,7 @@ void Recorder::set_range(const SlotKind &kind, const Caller &caller, uint32_t in
     update_range(kind, index, slot, offset, size);
 }
 
-void Recorder::check_size(const SlotKind &kind, const Caller &caller, const char *name, size_t size) {
-    if(KOLM_LIKELY(kind.max_size == 0 || size <= kind.max_size)) return;
+void Recorder::refuse_size(const SlotKind &kind, const Caller &caller, const char *name, size_t size) {
     // Some drivers state a limit that they do not have: a large storage range is the caller's risk.
     if(kind.clamp) {
         caller.fail("invalid %s size %zu of %s buffer: the limit is %llu", kind.name, size, name,
@@ -282,16 +279,18 @@ void Recorder::update_range(const SlotKind &kind, uint32_t index, Slot &slot, si
 void *Recorder::get_data(const SlotKind &kind, const Caller &caller, uint32_t index, size_t size) {
     Slot &slot = get_slot(kind, caller, index);
     if(KOLM_UNLIKELY(size == 0)) caller.fail("invalid %s size 0", kind.name);
-    if(KOLM_UNLIKELY(kind.clamp && kind.max_size && size > kind.max_size)) {
+    if(KOLM_UNLIKELY(size > kind.getMaxData())) {
         caller.fail("invalid %s size %zu: the limit is %llu", kind.name, size,
                     static_cast<unsigned long long>(kind.max_size));
     }
     Memory memory;
-    if(!allocate_memory(kind.transient, size, memory)) {
+    Arena *arena = *kind.arena;
+    if(KOLM_UNLIKELY(arena == nullptr || !arena->allocate(memory, kind.alignment, size)) &&
+       !allocate_memory(kind.transient, size, memory)) {
         caller.error("can't get %s buffer", kind.name);
         return nullptr;
     }
-    if(slot.buffer || slot.handle != memory.handle) update_mask |= kind.update_group;
+    if(slot.handle != memory.handle) update_mask |= kind.update_group; // that of a buffer object is 0
     slot.buffer = nullptr;
     slot.handle = memory.handle;
     slot.base = memory.offset;
@@ -302,7 +301,7 @@ void *Recorder::get_data(const SlotKind &kind, const Caller &caller, uint32_t in
     return memory.data;
 }
 
-void Recorder::set_data(const SlotKind &kind, const Caller &caller, uint32_t index, const void *src, size_t size) {
+void Recorder::set_new_data(const SlotKind &kind, const Caller &caller, uint32_t index, const void *src, size_t size) {
     check_object(caller);
     if(KOLM_UNLIKELY(src == nullptr)) caller.fail("data is null");
     void *data = get_data(kind, caller, index, size);

@@ -4,6 +4,8 @@
 
 #pragma once
 
+#include <string.h>
+
 #include "KolmCaller.h"
 #include "KolmDevice.h"
 #include "KolmParameters.h"
@@ -15,6 +17,8 @@ namespace Kolm {
 /// the objects, what was given and what is allowed.
 class Recorder : protected RecorderSlots {
 protected:
+    static constexpr Arena *no_arena = nullptr;
+
     /// What differs between the kinds of buffer slots.
     struct SlotKind {
         const char *name;   // in messages
@@ -27,17 +31,25 @@ protected:
         bool clamp;                           // a rest longer than the limit is cut at it
         uint32_t update_group, update_offset; // bits of update_mask
         const Parameters::BindFlags *flags;   // of the slots; null where all offsets are dynamic
+        Arena *const *arena = &no_arena;      // where transient memory is looked for first
+
+        /// Bytes of transient data.
+        size_t getMaxData() const { return (clamp && max_size) ? size_t(max_size) : SIZE_MAX; }
     };
 
     Recorder(const PlatformBase &self, const char *name, const Device::Features &features);
 
     // What a backend gives. All arguments were tested.
-    /// Memory of this frame at the alignment of its kind. False without a line of its own when there is none.
+    /// Memory of this frame at the alignment of its kind. False without a line of its own when there is none. Recorders
+    /// that were told an arena ask when it is full.
     virtual bool allocate_memory(Transient type, size_t size, Memory &memory) = 0;
     virtual void record_begin_conditional(Buffer *buffer, size_t offset) = 0;
     virtual void record_end_conditional() = 0;
     virtual bool record_begin_query(Query *query);
     virtual bool record_end_query(Query *query);
+
+    /// Uniform and storage data lies in the arena that \p arena points to, or in allocate_memory()'s if that is null.
+    void set_arena(Arena *const *arena) { uniform_kind.arena = storage_kind.arena = arena; }
 
     Caller get_caller(const char *method) const { return {self, class_name, method}; }
     /// For operations that a backend leaves out.
@@ -68,7 +80,14 @@ protected:
     const SlotKind &get_storage_kind() const { return storage_kind; }
     SlotKind get_indirect_kind();
     void *get_data(const SlotKind &kind, const Caller &caller, uint32_t index, size_t size);
-    void set_data(const SlotKind &kind, const Caller &caller, uint32_t index, const void *src, size_t size);
+    void set_data(const SlotKind &kind, const Caller &caller, uint32_t index, const void *src, size_t size) {
+        void *data = (src) ? get_same_data(kind, index, size) : nullptr;
+        if(KOLM_LIKELY(data != nullptr)) {
+            memcpy(data, src, size);
+        } else {
+            set_new_data(kind, caller, index, src, size);
+        }
+    }
     void set_buffer(const SlotKind &kind, const Caller &caller, uint32_t index, Buffer *buffer, size_t offset,
                     size_t size);
     void set_buffers(const SlotKind &kind, const Caller &caller, uint32_t index, Buffer **buffers, uint32_t num,
@@ -89,7 +108,12 @@ private:
     bool check_table(const Caller &caller, uint32_t index, Parameters::TableType type, uint32_t size) const;
     Slot &get_slot(const SlotKind &kind, const Caller &caller, uint32_t index);
     void set_range(const SlotKind &kind, const Caller &caller, uint32_t index, Slot &slot, size_t offset, size_t size);
-    void check_size(const SlotKind &kind, const Caller &caller, const char *name, size_t size);
+    void check_size(const SlotKind &kind, const Caller &caller, const char *name, size_t size) {
+        if(KOLM_UNLIKELY(kind.max_size && size > kind.max_size)) refuse_size(kind, caller, name, size);
+    }
+    void *get_same_data(const SlotKind &kind, uint32_t index, size_t size);
+    void set_new_data(const SlotKind &kind, const Caller &caller, uint32_t index, const void *src, size_t size);
+    void refuse_size(const SlotKind &kind, const Caller &caller, const char *name, size_t size);
     void update_range(const SlotKind &kind, uint32_t index, Slot &slot, size_t offset, size_t size);
     const char *get_object_text() const { return Caller::getText(parameters->getName()); }
 
@@ -99,5 +123,22 @@ private:
     SlotKind uniform_kind, storage_kind;    // of its slots
     bool has_warned = false;                // of a storage range above the limit: once for a recorder
 };
+
+// The usual case of many dispatches or draws in a row: the slot has as many bytes in the same arena, so that nothing but
+// its offset changes. Null where more does.
+inline void *Recorder::get_same_data(const SlotKind &kind, uint32_t index, size_t size) {
+    Arena *arena = *kind.arena;
+    if(KOLM_UNLIKELY(arena == nullptr || index >= kind.num_slots)) return nullptr;
+    Slot &slot = kind.slots[index];
+    const bool fixed = (kind.flags && (kind.flags[index] & Parameters::BindFlagFixed));
+    if(slot.handle != arena->handle || slot.size != size || slot.total != size || fixed) return nullptr;
+    Memory memory;
+    if(KOLM_UNLIKELY(!arena->allocate(memory, kind.alignment, size))) return nullptr;
+    slot.base = memory.offset;
+    slot.offset = memory.offset;
+    slot.rest = true;
+    update_mask |= kind.update_offset;
+    return memory.data;
+}
 
 } // namespace Kolm

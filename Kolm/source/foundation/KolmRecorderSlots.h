@@ -59,6 +59,25 @@ struct RecorderSlots {
         size_t offset = 0;
     };
 
+    /// Transient memory of a frame that is divided from its start to its end.
+    struct Arena {
+        uint8_t *data = nullptr; // of the whole
+        uint64_t handle = 0;
+        size_t offset = 0; // first free byte
+        size_t size = 0;   // bytes
+
+        /// \p alignment is a power of two. False if too little is left.
+        bool allocate(Memory &memory, size_t alignment, size_t bytes) {
+            const size_t begin = (offset + alignment - 1) & ~(alignment - 1);
+            if(KOLM_UNLIKELY(begin > size || bytes > size - begin)) return false;
+            memory.data = data + begin;
+            memory.handle = handle;
+            memory.offset = begin;
+            offset = begin + bytes;
+            return true;
+        }
+    };
+
     /// What a uniform, storage, vertex, index or indirect slot binds: either a buffer or transient memory.
     struct Slot {
         Buffer *buffer = nullptr; // null for transient memory

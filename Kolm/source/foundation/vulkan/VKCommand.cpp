@@ -9,7 +9,9 @@ namespace Kolm {
 
 VKCommand::VKCommand(VKContext *context, const Device::Features &features, VKTarget *target)
     : CommandRecorder(context->getAdapter()->getIndex(), features, target), adapter(context->getAdapter()),
-      context(context), vk_target(target), recorder(context, *this, "VKCommand") {}
+      context(context), vk_target(target), recorder(context, *this, "VKCommand") {
+    set_arena(context->getUniformArena());
+}
 
 void VKCommand::bind_pipeline(Pipeline *new_pipeline) {
     vk_pipeline = cast<VKPipeline>(new_pipeline);
@@ -41,7 +43,7 @@ bool VKCommand::allocate_memory(Transient type, size_t size, Memory &memory) {
 }
 
 // The pass of own draws. A secondary command buffer lies in the pass of its parent.
-bool VKCommand::begin_pass() {
+inline bool VKCommand::begin_pass() {
     if(KOLM_UNLIKELY(!vk_target->isEnabled())) get_caller("draw").fail("target is not enabled");
     if(context == vk_target->getContext()) return vk_target->beginPass(VK_SUBPASS_CONTENTS_INLINE);
     if(context->getInherited() == vk_target->getFramebuffer()) return true;
@@ -106,8 +108,7 @@ void VKCommand::update_scissors() {
     adapter->vkCmdSetScissor(context->getCommand(), 0, num, records);
 }
 
-bool VKCommand::update(bool has_index, const Slot *source) {
-    if(!begin_pass()) return false;
+bool VKCommand::update_state(bool has_index, const Slot *source) {
     const bool settled = (source == nullptr && recorder.isSettled());
     if(!settled) {
         if(!recorder.prepare(source)) return false;
@@ -137,24 +138,32 @@ bool VKCommand::update(bool has_index, const Slot *source) {
     return true;
 }
 
+// In the usual case of many draws in a row nothing but offsets changed.
+inline bool VKCommand::update(bool has_index, const Slot *source) {
+    if(KOLM_UNLIKELY(!begin_pass())) return false;
+    if(KOLM_UNLIKELY(source || !recorder.isSettled() || (update_mask & UpdateCommand) || (has_index && !bound_index)))
+        return update_state(has_index, source);
+    return recorder.updateOffsets();
+}
+
 bool VKCommand::record_draw_arrays(uint32_t num_vertices, uint32_t base_vertex, uint32_t num_instances,
                                    uint32_t base_instance) {
     if(!update(false)) return false;
-    adapter->vkCmdDraw(context->getCommand(), num_vertices, num_instances, base_vertex, base_instance);
+    adapter->vkCmdDraw(recorder.getSettledCommand(), num_vertices, num_instances, base_vertex, base_instance);
     return true;
 }
 
 bool VKCommand::record_draw_elements(uint32_t num_indices, uint32_t base_index, int32_t base_vertex,
                                      uint32_t num_instances, uint32_t base_instance) {
     if(!update(true)) return false;
-    adapter->vkCmdDrawIndexed(context->getCommand(), num_indices, num_instances, base_index, base_vertex,
+    adapter->vkCmdDrawIndexed(recorder.getSettledCommand(), num_indices, num_instances, base_index, base_vertex,
                               base_instance);
     return true;
 }
 
 bool VKCommand::record_draw_mesh(uint32_t width, uint32_t height, uint32_t depth) {
     if(!update(false)) return false;
-    adapter->vkCmdDrawMeshTasksEXT(context->getCommand(), width, height, depth);
+    adapter->vkCmdDrawMeshTasksEXT(recorder.getSettledCommand(), width, height, depth);
     return true;
 }
 

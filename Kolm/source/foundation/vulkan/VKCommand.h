@@ -40,6 +40,7 @@ private:
     bool begin_pass();
     bool check_attachments() const;
     bool update(bool has_index, const Slot *source = nullptr);
+    bool update_state(bool has_index, const Slot *source);
     bool update_vertices();
     bool update_index();
     void update_viewports();

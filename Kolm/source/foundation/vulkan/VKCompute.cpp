@@ -11,7 +11,9 @@ namespace Kolm {
 
 VKCompute::VKCompute(VKContext *context, const Device::Features &features)
     : ComputeRecorder(context->getAdapter()->getIndex(), features), adapter(context->getAdapter()), context(context),
-      recorder(context, *this, "VKCompute") {}
+      recorder(context, *this, "VKCompute") {
+    set_arena(context->getUniformArena());
+}
 
 void VKCompute::bind_kernel(Kernel *new_kernel) {
     vk_kernel = cast<VKKernel>(new_kernel);
@@ -48,13 +50,13 @@ bool VKCompute::update(const Slot *source) {
     recorder.updateBarriers(source, vk_kernel ? VK_PIPELINE_STAGE_COMPUTE_SHADER_BIT
                                               : VK_PIPELINE_STAGE_RAY_TRACING_SHADER_BIT_KHR);
     if(update_mask && !recorder.updateSets()) return false;
-    recorder.settle();
+    recorder.settle(!recorder.hasTransients());
     return true;
 }
 
 bool VKCompute::record_dispatch(uint32_t width, uint32_t height, uint32_t depth) {
-    if(!update()) return false;
-    adapter->vkCmdDispatch(context->getCommand(), width, height, depth);
+    if(KOLM_UNLIKELY(!update())) return false;
+    adapter->vkCmdDispatch(recorder.getSettledCommand(), width, height, depth);
     return true;
 }
 

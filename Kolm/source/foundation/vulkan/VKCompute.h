@@ -48,10 +48,7 @@ protected:
 private:
     void check_target(const char *method) const;
     bool update(const Slot *source);
-    bool update() {
-        const bool settled = (recorder.isSettled() && !recorder.hasTransients());
-        return KOLM_LIKELY(settled) ? recorder.updateOffsets() : update(nullptr);
-    }
+    bool update() { return KOLM_LIKELY(recorder.isSettled()) ? recorder.updateOffsets() : update(nullptr); }
     bool check_rays(uint32_t width, uint32_t height, uint32_t depth) const;
     VkPipelineStageFlags get_stages() const;
 

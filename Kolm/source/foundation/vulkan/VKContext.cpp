@@ -160,7 +160,7 @@ void VKContext::notify(Event event) {
 uint8_t *VKContext::getTransientData(VkBuffer buffer, uint64_t offset) const {
     for(const Array<Buffer *> &buffers : frame->transients) {
         for(uint32_t i = 0; i < buffers.size(); i++) {
-            if(buffers[i]->buffer == buffer) return buffers[i]->buffer_data + offset;
+            if(buffers[i]->buffer == buffer) return buffers[i]->data + offset;
         }
     }
     return nullptr;
@@ -349,7 +349,7 @@ bool VKContext::reserve_buffers(TransientType type, uint64_t size) {
             delete buffer;
             return false;
         }
-        ring.usage += buffer->buffer_size;
+        ring.usage += buffer->size;
         ring.buffers.append(buffer);
     }
     return true;
@@ -359,12 +359,12 @@ bool VKContext::reserve_buffers(TransientType type, uint64_t size) {
 void VKContext::release_buffers(TransientType type) {
     Ring &ring = rings[type];
     for(uint32_t i = 0; i < ring.buffers.size(); i++) {
-        ring.usage -= ring.buffers[i]->buffer_size;
+        ring.usage -= ring.buffers[i]->size;
         ring.buffers[i]->release(adapter);
         delete ring.buffers[i];
     }
     ring.buffers.release();
-    if(frame == nullptr) ring.buffer = nullptr;
+    if(frame == nullptr) ring.arena = nullptr;
 }
 
 // The present buffer is full, or there is none.
@@ -375,9 +375,9 @@ VKContext::Transient VKContext::get_buffer(TransientType type, uint64_t alignmen
     // The one that came back last may still be in the host's caches.
     for(uint32_t i = ring.buffers.size(); i-- > 0;) {
         if(!ring.buffers[i]->allocate(ret, alignment, size)) continue;
-        ring.buffer = ring.buffers[i];
+        ring.arena = ring.buffers[i];
+        frame->transients[type].append(ring.buffers[i]);
         ring.buffers.removeFast(i);
-        frame->transients[type].append(ring.buffer);
         return ret;
     }
     const uint64_t buffer_size = max(ring.reserve_size, size);
@@ -388,8 +388,8 @@ VKContext::Transient VKContext::get_buffer(TransientType type, uint64_t alignmen
         delete buffer;
         return ret;
     }
-    ring.usage += buffer->buffer_size;
-    ring.buffer = buffer;
+    ring.usage += buffer->size;
+    ring.arena = buffer;
     frame->transients[type].append(buffer);
     if(!buffer->allocate(ret, alignment, size))
         Log::printf(Log::Error, "VKContext::get_buffer(): can't allocate buffer\n");
@@ -403,17 +403,17 @@ void VKContext::recycle_buffers() {
         Array<Buffer *> &buffers = frame->transients[type];
         for(uint32_t i = 0; i < buffers.size(); i++) {
             Buffer *buffer = buffers[i];
-            buffer->buffer_offset = 0;
-            if(buffer->buffer_size <= ring.reserve_size * 2 && ring.buffers.size() < frames.size() * 4) {
+            buffer->offset = 0;
+            if(buffer->size <= ring.reserve_size * 2 && ring.buffers.size() < frames.size() * 4) {
                 ring.buffers.append(buffer);
             } else {
-                ring.usage -= buffer->buffer_size;
+                ring.usage -= buffer->size;
                 buffer->release(adapter);
                 delete buffer;
             }
         }
         buffers.clear();
-        ring.buffer = nullptr;
+        ring.arena = nullptr;
     }
 }
 
@@ -422,7 +422,7 @@ void VKContext::flush_transients() {
     for(const TransientType type : {TransientUpload, TransientUniform}) {
         const Array<Buffer *> &buffers = frame->transients[type];
         for(uint32_t i = 0; i < buffers.size(); i++)
-            adapter->flushMemory(buffers[i]->buffer_memory, 0, buffers[i]->buffer_offset);
+            adapter->flushMemory(buffers[i]->buffer_memory, 0, buffers[i]->offset);
     }
 }
 
@@ -430,14 +430,14 @@ bool VKContext::invalidateTransient(const Transient &transient) {
     return adapter->invalidateMemory(*transient.memory, transient.offset, transient.size);
 }
 
-bool VKContext::Buffer::create(VKAdapter *adapter, VkBufferUsageFlags usage, uint32_t memory_type, uint64_t size) {
+bool VKContext::Buffer::create(VKAdapter *adapter, VkBufferUsageFlags usage, uint32_t memory_type, uint64_t bytes) {
     device = adapter->getDevice();
     const uint64_t alignment =
         max(max(adapter->texel_alignment, adapter->uniform_alignment), adapter->storage_alignment);
-    size = (size + alignment - 1) / alignment * alignment;
+    bytes = (bytes + alignment - 1) / alignment * alignment;
 
     auto info = vk_record<VkBufferCreateInfo>(VK_STRUCTURE_TYPE_BUFFER_CREATE_INFO);
-    info.size = size;
+    info.size = bytes;
     info.usage = usage;
     if(VK::error(vkCreateBuffer(device, &info, nullptr, &buffer))) {
         Log::printf(Log::Error, "VKContext::Buffer::create(): can't create buffer\n");
@@ -480,15 +480,16 @@ bool VKContext::Buffer::create(VKAdapter *adapter, VkBufferUsageFlags usage, uin
         release(adapter);
         return false;
     }
-    void *data = nullptr;
-    if(VK::error(vkMapMemory(device, buffer_memory.memory, 0, VK_WHOLE_SIZE, 0, &data))) {
+    void *pointer = nullptr;
+    if(VK::error(vkMapMemory(device, buffer_memory.memory, 0, VK_WHOLE_SIZE, 0, &pointer))) {
         Log::printf(Log::Error, "VKContext::Buffer::create(): can't map buffer memory\n");
         release(adapter);
         return false;
     }
-    buffer_data = static_cast<uint8_t *>(data);
-    buffer_offset = 0;
-    buffer_size = size;
+    data = static_cast<uint8_t *>(pointer);
+    handle = reinterpret_cast<uint64_t>(buffer);
+    offset = 0;
+    size = bytes;
     return true;
 }
 
@@ -497,8 +498,7 @@ void VKContext::Buffer::release(VKAdapter *adapter) {
     adapter->freeDeviceMemory(buffer_memory.memory);
     buffer = VK_NULL_HANDLE;
     buffer_memory = VK::MemoryPtr();
-    buffer_data = nullptr;
-    buffer_size = buffer_offset = 0;
+    static_cast<Arena &>(*this) = Arena();
 }
 
 bool VKContext::Frame::create(VKAdapter *a, uint32_t family, VkCommandBufferLevel level) {

@@ -10,6 +10,8 @@
 
 #pragma once
 
+#include "KolmRecorderSlots.h"
+
 #include "VKAdapter.h"
 
 namespace Kolm {
@@ -41,30 +43,26 @@ public:
         explicit operator bool() const { return buffer != VK_NULL_HANDLE; }
     };
 
-    /// Host-visible buffer that is divided from its start to its end.
-    struct Buffer : public Allocated {
+    /// Host-visible buffer that is divided from its start to its end. The handle is the buffer's.
+    struct Buffer : public Allocated, public RecorderSlots::Arena {
         VkDevice device = VK_NULL_HANDLE;
         VkBuffer buffer = VK_NULL_HANDLE;
         VK::MemoryPtr buffer_memory;
-        uint8_t *buffer_data = nullptr;
-        uint64_t buffer_offset = 0; // first free byte
-        uint64_t buffer_size = 0;
 
-        bool create(VKAdapter *adapter, VkBufferUsageFlags usage, uint32_t memory_type, uint64_t size);
+        bool create(VKAdapter *adapter, VkBufferUsageFlags usage, uint32_t memory_type, uint64_t bytes);
         void release(VKAdapter *adapter);
-        bool allocate(Transient &transient, uint64_t alignment, uint64_t size) {
+        bool allocate(Transient &transient, uint64_t alignment, uint64_t bytes) {
             // Units of three components have alignments that are no power of two.
             const uint64_t mask = alignment - 1;
-            const uint64_t offset = KOLM_LIKELY((alignment & mask) == 0)
-                                        ? (buffer_offset + mask) & ~mask
-                                        : (buffer_offset + mask) / alignment * alignment;
-            if(KOLM_UNLIKELY(offset > buffer_size || size > buffer_size - offset)) return false;
+            const uint64_t begin = KOLM_LIKELY((alignment & mask) == 0) ? (offset + mask) & ~mask
+                                                                        : (offset + mask) / alignment * alignment;
+            if(KOLM_UNLIKELY(begin > size || bytes > size - begin)) return false;
             transient.buffer = buffer;
-            transient.offset = offset;
-            transient.size = size;
-            transient.data = buffer_data + offset;
+            transient.offset = begin;
+            transient.size = bytes;
+            transient.data = data + begin;
             transient.memory = &buffer_memory;
-            buffer_offset = offset + size;
+            offset = begin + bytes;
             return true;
         }
     };
@@ -302,6 +300,8 @@ public:
     Transient getUniformBuffer(uint64_t alignment, uint64_t size) {
         return get_transient(TransientUniform, alignment, size);
     }
+    /// The buffer that getUniformBuffer() divides, if there is one. The pointer to it stays.
+    RecorderSlots::Arena *const *getUniformArena() const { return &rings[TransientUniform].arena; }
     /// Makes the device's writes to transient memory visible to the host, after a wait.
     bool invalidateTransient(const Transient &transient);
 
@@ -370,10 +370,10 @@ public:
 
 private:
     struct Ring {
-        Array<Buffer *> buffers; // free ones
-        Buffer *buffer = nullptr;
-        uint64_t usage = 0;        // bytes of all buffers of this kind
-        uint64_t reserve_size = 0; // bytes of a new buffer, at least
+        Array<Buffer *> buffers;               // free ones
+        RecorderSlots::Arena *arena = nullptr; // the buffer under way
+        uint64_t usage = 0;                    // bytes of all buffers of this kind
+        uint64_t reserve_size = 0;             // bytes of a new buffer, at least
         VkBufferUsageFlags flags = 0;
         uint32_t memory_type = 0;
     };
@@ -384,7 +384,8 @@ private:
     void release_buffers(TransientType type);
     Transient get_transient(TransientType type, uint64_t alignment, uint64_t size) {
         Transient ret;
-        if(KOLM_LIKELY(size && rings[type].buffer && rings[type].buffer->allocate(ret, alignment, size))) return ret;
+        Buffer *buffer = static_cast<Buffer *>(rings[type].arena);
+        if(KOLM_LIKELY(size && buffer && buffer->allocate(ret, alignment, size))) return ret;
         return get_buffer(type, alignment, size);
     }
     Transient get_buffer(TransientType type, uint64_t alignment, uint64_t size);

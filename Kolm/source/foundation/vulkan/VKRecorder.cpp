@@ -163,7 +163,10 @@ bool VKRecorder::check_resources(const Slot *indirect) {
 
 void VKRecorder::bind(VkPipeline pipeline) {
     if(epoch != context->getEpoch() || bound_pipeline != pipeline || !context->isRecorder(this)) {
-        if(bound_pipeline != pipeline) drop_sets();
+        if(bound_pipeline != pipeline) {
+            drop_sets();
+            select_dynamic(); // the object may have been created anew
+        }
         epoch = context->getEpoch();
         context->setRecorder(this);
         bound_pipeline = pipeline;

@@ -43,12 +43,15 @@ public:
         return settled_changes == context->getChanges() && settled_objects == adapter->getChanges() &&
                (slots.update_mask & RecorderSlots::UpdateAll) == 0;
     }
-    /// After the steps of a dispatch or draw.
-    void settle() {
-        settled_changes = context->getChanges();
+    /// After the steps of a dispatch or draw. \p lasts unless each dispatch has to be ordered behind the one before.
+    void settle(bool lasts = true) {
+        settled_changes = (lasts) ? context->getChanges() : 0;
         settled_objects = adapter->getChanges();
+        settled_command = context->getCommand();
     }
-    /// Whether each dispatch has to be ordered behind the one before.
+    /// Command buffer of a recorder that is settled.
+    VkCommandBuffer getSettledCommand() const { return settled_command; }
+    /// Whether dispatches write transient storage.
     bool hasTransients() const { return has_transients; }
 
     // The steps of a dispatch or draw, in this order. Each logs why and returns false.
@@ -65,7 +68,7 @@ public:
     /// The same where only offsets changed, if the recorder is settled.
     bool updateOffsets() {
         const uint32_t update = slots.update_mask;
-        if(update & buffer_update) return updateSets();
+        if(KOLM_UNLIKELY(update & buffer_update)) return updateSets();
         return (update & offset_update) == 0 || bind_buffers();
     }
 
@@ -111,11 +114,24 @@ private:
     bool update_texels();
     bool update_tracings();
     bool update_set(VKBindings::SetType type, bool changed, bool (VKRecorder::*update)());
-    bool check_offsets() const;
-    void get_offsets(uint32_t *offsets) const {
-        for(uint32_t i = 0; i < num_dynamic; i++) offsets[i] = uint32_t(dynamic_slots[i]->offset);
+    /// Dynamic offsets of the buffer set. False and one line for one that the API can't take.
+    bool get_offsets(uint32_t *offsets) const {
+        uint64_t bits = 0;
+        for(uint32_t i = 0; i < num_dynamic; i++) {
+            const size_t offset = dynamic_slots[i]->offset;
+            offsets[i] = uint32_t(offset);
+            bits |= offset;
+        }
+        return KOLM_LIKELY((bits >> 32) == 0) || refuse_offsets();
     }
-    bool bind_buffers();
+    bool refuse_offsets() const;
+    bool bind_buffers() const {
+        uint32_t offsets[MaxDynamic];
+        if(!get_offsets(offsets)) return false;
+        adapter->vkCmdBindDescriptorSets(settled_command, bind_point, pipeline_layout, buffer_set, 1, sets + buffer_set,
+                                         num_dynamic, offsets);
+        return true;
+    }
 
     VKAdapter *adapter;
     VKContext *context;
@@ -129,12 +145,15 @@ private:
     uint64_t num_descriptors = 0;
     uint64_t settled_changes = 0; // of the context, and of the adapter; see isSettled()
     uint32_t settled_objects = 0;
+    VkCommandBuffer settled_command = VK_NULL_HANDLE;
 
     // Of the bound object: what its buffer set needs anew, or its offsets alone, and where these are by binding number.
     static constexpr uint32_t MaxDynamic = Parameters::NumUniforms + Parameters::NumStorages;
     uint32_t buffer_update = 0;
     uint32_t offset_update = 0;
     uint32_t num_dynamic = 0;
+    uint32_t buffer_set = VKBindings::NoSet;
+    VkPipelineLayout pipeline_layout = VK_NULL_HANDLE;
     const Slot *dynamic_slots[MaxDynamic] = {};
 
     // Sets by their numbers, null for those that have to be written, and the range that is not bound as it is here.

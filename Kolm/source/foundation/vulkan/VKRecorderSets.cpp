@@ -185,7 +185,9 @@ void VKRecorder::select_dynamic() {
     num_dynamic = 0;
     buffer_update = 0;
     offset_update = 0;
-    if(bindings == nullptr || bindings->getSetIndex(VKBindings::SetBuffer) == VKBindings::NoSet) return;
+    buffer_set = (bindings) ? bindings->getSetIndex(VKBindings::SetBuffer) : VKBindings::NoSet;
+    pipeline_layout = (bindings) ? bindings->getPipelineLayout() : VK_NULL_HANDLE;
+    if(buffer_set == VKBindings::NoSet) return;
     buffer_update = RecorderSlots::UpdateUniform | RecorderSlots::UpdateStorage;
     offset_update = RecorderSlots::UpdateUniformOffset | RecorderSlots::UpdateStorageOffset;
     for(const bool is_first : {true, false}) {
@@ -203,10 +205,7 @@ void VKRecorder::select_dynamic() {
 }
 
 // Offsets are 32-bit for the API. Transient memory and ranges of smaller buffers always fit.
-bool VKRecorder::check_offsets() const {
-    uint64_t bits = 0;
-    for(uint32_t i = 0; i < num_dynamic; i++) bits |= dynamic_slots[i]->offset;
-    if(KOLM_LIKELY((bits >> 32) == 0)) return true;
+bool VKRecorder::refuse_offsets() const {
     for(uint32_t i = 0; i < num_dynamic; i++) {
         const Slot *slot = dynamic_slots[i];
         if(slot->offset <= ~0u) continue;
@@ -217,17 +216,6 @@ bool VKRecorder::check_offsets() const {
         break;
     }
     return false;
-}
-
-// The set is there: its offsets alone.
-bool VKRecorder::bind_buffers() {
-    if(!check_offsets()) return false;
-    uint32_t offsets[MaxDynamic];
-    get_offsets(offsets);
-    const uint32_t index = bindings->getSetIndex(VKBindings::SetBuffer);
-    adapter->vkCmdBindDescriptorSets(context->getCommand(false), bind_point, bindings->getPipelineLayout(), index, 1,
-                                     sets + index, num_dynamic, offsets);
-    return true;
 }
 
 bool VKRecorder::updateSets() {
@@ -245,7 +233,6 @@ bool VKRecorder::updateSets() {
        !update_set(VKBindings::SetTexel, (update & RecorderSlots::UpdateTexel) != 0, &VKRecorder::update_texels) ||
        !update_tables())
         return false;
-    const uint32_t buffer_set = bindings->getSetIndex(VKBindings::SetBuffer);
     if(update & offset_update) {
         first_set = min(first_set, buffer_set);
         end_set = max(end_set, buffer_set + 1);
@@ -254,12 +241,9 @@ bool VKRecorder::updateSets() {
 
     uint32_t offsets[MaxDynamic];
     const bool has_buffers = (buffer_set >= first_set && buffer_set < end_set);
-    if(has_buffers) {
-        if(!check_offsets()) return false;
-        get_offsets(offsets);
-    }
-    adapter->vkCmdBindDescriptorSets(context->getCommand(), bind_point, bindings->getPipelineLayout(), first_set,
-                                     end_set - first_set, sets + first_set, has_buffers ? num_dynamic : 0, offsets);
+    if(has_buffers && !get_offsets(offsets)) return false;
+    adapter->vkCmdBindDescriptorSets(context->getCommand(), bind_point, pipeline_layout, first_set, end_set - first_set,
+                                     sets + first_set, has_buffers ? num_dynamic : 0, offsets);
     return true;
 }
 
