@@ -91,7 +91,7 @@ void against_pillow(benchmark::State &state, Image::Filter filter, const char *p
 void against_async(benchmark::State &state, Image::Filter filter, Image::Flags flags, Size from, Size to) {
     const Image image = make_image(FormatRGBAu8n, from.width, from.height);
     Async async;
-    async.init(4);
+    async.init(2);
     compare(
         state, [&] { benchmark::DoNotOptimize(image.getResized(to, filter, filter, flags, &async).getData()); },
         [&] { benchmark::DoNotOptimize(image.getResized(to, filter, filter, flags).getData()); });
