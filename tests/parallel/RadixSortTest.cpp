@@ -187,7 +187,7 @@ TEST_F(RadixSortTest, limits) {
 class RadixSortGroupTest : public RadixSortTest, public testing::WithParamInterface<std::tuple<uint32_t, uint32_t>> {};
 
 // Sizes around what a group sorts, with all sizes of groups, on each path.
-TEST_P(RadixSortGroupTest, sizes) {
+TEST_P(RadixSortGroupTest, every_size) {
     const auto [path, groups] = GetParam();
     if(path == PathChecked && groups != 64 && !isEverySize()) return;
     setPath(path);

@@ -1,6 +1,7 @@
 // A driver that fails: it runs out of memory in any call that makes an object, or it is lost. Neither may be worse than a
 // line and a null pointer.
 
+#include "DeviceWork.h"
 #include "FailureTest.h"
 #include "KolmAllocator.h"
 

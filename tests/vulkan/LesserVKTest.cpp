@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "DeviceWork.h"
 #include "FailureTest.h"
 
 using namespace Kolm;

@@ -2,7 +2,6 @@
 
 #pragma once
 
-#include "DeviceWork.h"
 #include "DriverLayer.h"
 #include "GpuTest.h"
 
