@@ -127,6 +127,29 @@ TEST(ImageStreamOthers, radiance) {
     EXPECT_EQ(pixels[8 * 3], 0.5f);
 }
 
+// Headers of other systems: fewer colours than their bits allow, up to the pixels, and records that are cut short.
+TEST(ImageStreamOthers, bitmap_headers) {
+    const std::string rows("\2\1\0\0\0\1\2\0", 8);
+    const std::string core =
+        std::string("BM\0\0\0\0\0\0\0\0\x23\0\0\0\x0C\0\0\0\3\0\2\0\1\0\x08\0", 26) + "\1\2\3\4\5\6\7\x08\x09" + rows;
+    const std::string cut = std::string("BM\0\0\0\0\0\0\0\0\x2A\0\0\0\x10\0\0\0\3\0\0\0\2\0\0\0\1\0\x08\0", 30) +
+                            std::string("\1\2\3\0\4\5\6\0\7\x08\x09\0", 12) + rows;
+    const uint8_t expected[] = {3, 2, 1, 6, 5, 4, 9, 8, 7, 9, 8, 7, 6, 5, 4, 3, 2, 1};
+    for(const std::string &file : {core, cut}) {
+        const Image image = load(file, "x.bmp");
+        ASSERT_TRUE(image.getDescription() == "2D RGBu8n 3x2");
+        EXPECT_EQ(memcmp(image.getData(), expected, sizeof(expected)), 0);
+    }
+    // fewer colours than are used: the others are black
+    std::string few = core;
+    few[10] = 29;
+    few.erase(29, 6);
+    const Image image = load(few, "x.bmp");
+    ASSERT_TRUE(image.isAllocated());
+    EXPECT_EQ(image.getData()[0], 3);
+    EXPECT_EQ(image.getData()[6], 0);
+}
+
 TEST(ImageStreamOthers, pixmap_headers) {
     const Image image = load("P2 # text\n2 # more\n1\n3\n1\t3", "x.pgm");
     ASSERT_TRUE(image.isAllocated());

@@ -191,6 +191,43 @@ TEST(ImageStreamPNG, huge_sizes) {
     }
 }
 
+// Small files may stand for large pictures.
+TEST(ImageStream, pictures_of_one_colour) {
+    for(const char *name : {"x.png", "x.jpg", "x.hdr", "x.tga", "x.bmp", "x.ppm", "x.image", "x.dds", "x.ktx"}) {
+        for(const uint32_t size : {100u, 300u, 1500u}) {
+            SCOPED_TRACE(std::string(name) + " " + std::to_string(size));
+            Image image(Image::Type2D, strstr(name, "hdr") ? FormatRGBf32 : FormatRGBAu8n, Size(size, size));
+            memset(image.getData(), 0x3F, image.getDataSize());
+            if(strstr(name, "jpg") || strstr(name, "ppm")) image = image.toFormat(FormatRGBu8n);
+            Blob blob(name);
+            ASSERT_TRUE(image.save(blob));
+            ASSERT_TRUE(blob.seek(0));
+            Image loaded;
+            ASSERT_TRUE(loaded.load(blob));
+            ASSERT_EQ(loaded.getSize(), image.getSize());
+            const uint8_t *back = loaded.getData() + loaded.getDataSize() - loaded.getPixelSize();
+            EXPECT_EQ(memcmp(loaded.getData(), back, loaded.getPixelSize()), 0);
+        }
+    }
+    // one bit a pixel, by the library's own writer
+    png_image info = {};
+    info.version = PNG_IMAGE_VERSION;
+    info.width = info.height = 3000;
+    info.format = PNG_FORMAT_RGB_COLORMAP;
+    info.colormap_entries = 2;
+    const std::vector<uint8_t> indices(9000000, 1);
+    const uint8_t colors[] = {1, 2, 3, 4, 5, 6};
+    std::vector<uint8_t> file(100000);
+    png_alloc_size_t num = file.size();
+    ASSERT_TRUE(png_image_write_to_memory(&info, file.data(), &num, 0, indices.data(), 0, colors));
+    ASSERT_LT(num, 20000u);
+    Blob blob(file.data(), num);
+    Image image;
+    ASSERT_TRUE(image.load(blob));
+    ASSERT_TRUE(image.getDescription() == "2D RGBu8n 3000x3000");
+    EXPECT_EQ(memcmp(image.getData(), colors + 3, 3), 0);
+}
+
 TEST(ImageStream, registry) {
     EXPECT_NE(ImageStream::get(String("dir/a.b.PnG"), 0), nullptr);
     EXPECT_EQ(ImageStream::get(String("png"), 0), ImageStream::get(String(), 0x474E5089));

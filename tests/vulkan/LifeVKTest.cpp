@@ -14,7 +14,7 @@ using namespace Kolm;
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 static constexpr uint32_t num_frames = 600;
-static constexpr uint32_t period = 150;     // frames between the objects that take long to make
+static constexpr uint32_t period = 100;     // frames between the objects that take long to make
 static constexpr bool has_resident = false; // what was freed stays for a while
 #else
 static constexpr uint32_t num_frames = 10000;
@@ -129,7 +129,7 @@ TEST_F(LifeVKTest, memory_stays_flat) {
         for(const DeviceWork &work : DeviceWork::getList()) EXPECT_TRUE(work.run(*device)) << work.name;
         for(uint32_t i = 0; i < VKContext::DefaultFrames; i++) ASSERT_TRUE(device->flip());
         const Memory memory = getMemory();
-        if(frame < num_frames / 3) {
+        if(frame < num_frames / 2) {
             flat = memory;
             continue;
         }

@@ -77,11 +77,11 @@ String ImageStream::get_formats(Flags flags) {
     return ret;
 }
 
-bool ImageStream::isPlausible(const Stream &stream, uint64_t size, uint32_t ratio) {
+bool ImageStream::isPlausible(const Stream &stream, uint64_t size, uint32_t ratio, uint64_t ahead) {
     const uint64_t total = stream.getSize();
     if(total == 0) return true;
     const uint64_t position = stream.tell();
-    const uint64_t left = (position < total) ? total - position : 0;
+    const uint64_t left = ((position < total) ? total - position : 0) + ahead;
     const uint64_t slack = (ratio > 1) ? 0x10000 : 0;
     return size <= slack || (size - slack) / ratio <= left;
 }

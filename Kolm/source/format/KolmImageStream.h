@@ -49,8 +49,8 @@ public:
     static String getSaveFormats() { return get_formats(FlagSave); }
 
     /// True if \p stream can still hold \p size bytes of pixels that were packed by at most \p ratio, as far as its
-    /// size is known. Keeps small hostile files from asking for much memory.
-    static bool isPlausible(const Stream &stream, uint64_t size, uint32_t ratio);
+    /// size is known, \p ahead bytes of them taken from it already. Keeps small hostile files from asking for much memory.
+    static bool isPlausible(const Stream &stream, uint64_t size, uint32_t ratio, uint64_t ahead = 0);
 
     /// Highest ratio of zlib data.
     static constexpr uint32_t ZipRatio = 1032;

@@ -27,6 +27,9 @@ public:
         return ready == num || stream.read(dst + ready, num - ready) == num - ready;
     }
 
+    /// Bytes that were read ahead.
+    uint32_t getAhead() const { return size - pos; }
+
 private:
     bool fill() {
         pos = 0;

@@ -12,8 +12,9 @@ namespace {
 
 ImageStreamBMP image_stream_bmp;
 
-constexpr uint32_t file_size = 14; // bytes of the file header
-constexpr uint32_t core_size = 12; // sizes of the second header, which tell its version
+constexpr uint32_t file_size = 14;  // bytes of the file header
+constexpr uint32_t core_size = 12;  // sizes of the second header, which tell its version
+constexpr uint32_t short_size = 16; // from here to the next one: what is left out is 0
 constexpr uint32_t info_size = 40;
 constexpr uint32_t max_size = 124;
 constexpr uint32_t save_size = 108;
@@ -50,7 +51,7 @@ bool read_header(ByteReader &reader, Header &header) {
     if(!reader.read(data, file_size + 4) || data[0] != 'B' || data[1] != 'M') return false;
     uint8_t *info = data + file_size;
     const uint32_t size = get_u32(info);
-    if(size != core_size && (size < info_size || size > max_size)) return false;
+    if(size != core_size && (size < short_size || size > max_size)) return false;
     if(!reader.read(info + 4, size - 4)) return false;
     header.offset = get_u32(data + 10);
     header.position = file_size + size;
@@ -81,8 +82,9 @@ bool read_header(ByteReader &reader, Header &header) {
     if(header.bits > 8) return true;
     const uint32_t entry = core ? 3 : 4;
     const uint32_t max_colors = 1u << header.bits;
-    const uint32_t colors =
-        (header.palette_size && header.palette_size < max_colors) ? header.palette_size : max_colors;
+    uint32_t colors = (header.palette_size && header.palette_size < max_colors) ? header.palette_size : max_colors;
+    // A header without the number of colours may have fewer of them, up to the pixels.
+    if(header.offset > header.position) colors = min(colors, (header.offset - header.position) / entry);
     for(uint32_t i = 0; i < colors; i++) {
         if(!reader.read(header.palette[i], entry)) return false;
     }
@@ -117,7 +119,8 @@ bool create(ByteReader &reader, const Stream &stream, Image &image, Image::Flags
     const bool runs = (header.compression == CompressionRLE8 || header.compression == CompressionRLE4);
     const uint64_t size = uint64_t(header.width) * header.height * getFormatPixelSize(format);
     // A run of two bytes can stand for 255 pixels, and the rest of a picture need not be told at all.
-    const bool plausible = (flags & Image::FlagNoAllocate) || ImageStream::isPlausible(stream, size, runs ? 1024 : 24);
+    const bool plausible =
+        (flags & Image::FlagNoAllocate) || ImageStream::isPlausible(stream, size, runs ? 1024 : 24, reader.getAhead());
     if(!plausible) {
         Log::printf(Log::Error, "ImageStreamBMP::create(): invalid size %ux%u\n", header.width, header.height);
         return false;

@@ -84,7 +84,7 @@ bool create(ByteReader &reader, const Stream &stream, Image &image, Image::Flags
     }
     // Two bytes can stand for 127 values of a channel, four bytes of the old code for 255 pixels and more.
     const uint64_t size = uint64_t(header.width) * header.height * getFormatPixelSize(FormatRGBf32);
-    if(!(flags & Image::FlagNoAllocate) && !ImageStream::isPlausible(stream, size, 4096)) {
+    if(!(flags & Image::FlagNoAllocate) && !ImageStream::isPlausible(stream, size, 4096, reader.getAhead())) {
         Log::printf(Log::Error, "ImageStreamHDR::create(): invalid size %ux%u\n", header.width, header.height);
         return false;
     }

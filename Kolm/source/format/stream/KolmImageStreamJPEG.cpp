@@ -21,8 +21,10 @@ namespace {
 ImageStreamJPEG image_stream_jpeg;
 
 constexpr uint32_t buffer_size = 8192;
-constexpr int32_t max_scans = 500;   // more make a small file a long work
-constexpr uint32_t max_ratio = 4096; // pixels to file, far beyond what the entropy coding reaches
+constexpr int32_t max_scans = 500; // more make a small file a long work
+// Pixels to file, far beyond what the entropy coding reaches on pictures of one colour.
+constexpr uint32_t max_huffman_ratio = 4096;
+constexpr uint32_t max_arithmetic_ratio = 0x20000;
 
 enum Marker : uint8_t {
     JPEGTem = 0x01,
@@ -172,7 +174,9 @@ bool ImageStreamJPEG::Reader::create(Image &image, Image::Flags flags) {
         return false;
     }
     const uint64_t size = uint64_t(info.output_width) * info.output_height * components;
-    if(size == 0 || (!(flags & Image::FlagNoAllocate) && !isPlausible(*source.stream, size, max_ratio))) {
+    const uint32_t max_ratio = info.arith_code ? max_arithmetic_ratio : max_huffman_ratio;
+    if(size == 0 || (!(flags & Image::FlagNoAllocate) &&
+                     !isPlausible(*source.stream, size, max_ratio, source.base.bytes_in_buffer))) {
         Log::printf(Log::Error, "ImageStreamJPEG::create(): invalid size %ux%u\n", info.output_width,
                     info.output_height);
         return false;

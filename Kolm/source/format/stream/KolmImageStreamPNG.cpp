@@ -84,7 +84,8 @@ struct ImageStreamPNG::Reader {
     png_infop info = nullptr;
     uint32_t width = 0;
     uint32_t height = 0;
-    uint32_t rows = 0; // rows that are complete
+    uint32_t rows = 0;        // rows that are complete
+    uint64_t packed_size = 0; // bytes of all rows in the file, where pixels may be of one bit
     int32_t passes = 1;
     int32_t depth = 0;
     int32_t color = 0;
@@ -104,6 +105,7 @@ bool ImageStreamPNG::Reader::open() {
     if(depth == 16) png_set_swap(png);
     if(depth < 8 || color == PNG_COLOR_TYPE_PALETTE || png_get_valid(png, info, PNG_INFO_tRNS)) png_set_expand(png);
     if(png_get_interlace_type(png, info) != PNG_INTERLACE_NONE) passes = png_set_interlace_handling(png);
+    packed_size = uint64_t(png_get_rowbytes(png, info)) * png_get_image_height(png, info);
     png_read_update_info(png, info);
     width = png_get_image_width(png, info);
     height = png_get_image_height(png, info);
@@ -118,8 +120,7 @@ bool ImageStreamPNG::Reader::create(Image &image, Image::Flags flags) {
         Log::printf(Log::Error, "ImageStreamPNG::create(): unsupported format %d %d\n", depth, color);
         return false;
     }
-    const uint64_t size = uint64_t(width) * height * getFormatPixelSize(format);
-    if(!(flags & Image::FlagNoAllocate) && !isPlausible(stream, size, ZipRatio)) {
+    if(!(flags & Image::FlagNoAllocate) && !isPlausible(stream, packed_size, ZipRatio)) {
         Log::printf(Log::Error, "ImageStreamPNG::create(): invalid size %ux%u\n", width, height);
         return false;
     }

@@ -74,7 +74,7 @@ bool create(ByteReader &reader, const Stream &stream, Image &image, Image::Flags
     }
     const Format format = header.get_format();
     const uint64_t size = uint64_t(header.width) * header.height * getFormatPixelSize(format);
-    const bool plausible = ImageStream::isPlausible(stream, size, header.is_bitmap() ? 8 : 2);
+    const bool plausible = ImageStream::isPlausible(stream, size, header.is_bitmap() ? 8 : 2, reader.getAhead());
     if(!(flags & Image::FlagNoAllocate) && !plausible) {
         Log::printf(Log::Error, "ImageStreamPPM::create(): invalid size %ux%u\n", header.width, header.height);
         return false;

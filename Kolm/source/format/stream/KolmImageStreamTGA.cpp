@@ -73,7 +73,8 @@ bool create(ByteReader &reader, const Stream &stream, Image &image, Image::Flags
     }
     // A packet of two bytes can stand for 128 pixels, and a pixel of one byte for a colour of four.
     const uint64_t size = uint64_t(header.width) * header.height * getFormatPixelSize(format);
-    const bool plausible = (flags & Image::FlagNoAllocate) || ImageStream::isPlausible(stream, size, 256);
+    const bool plausible =
+        (flags & Image::FlagNoAllocate) || ImageStream::isPlausible(stream, size, 256, reader.getAhead());
     if(header.width == 0 || header.height == 0 || !plausible) {
         Log::printf(Log::Error, "ImageStreamTGA::create(): invalid size %ux%u\n", header.width, header.height);
         return false;
