@@ -179,6 +179,19 @@ TEST(ImageStreamJPEG, camera_data) {
     EXPECT_TRUE(image.getMetaInfo().empty());
 }
 
+TEST(Exif, texts_of_other_encodings) {
+    const std::string text = "K\xF6ln\n\xE2\x82\xAC \xE2\x82 \x01\xEF\xBF\xBD";
+    Tiff tiff(false);
+    tiff.put(1, 2);
+    tiff.entry(0x013B, 2, uint32_t(text.size()) + 1, 26); // Artist
+    tiff.put(0, 4);
+    tiff.data += text + '\0';
+    Blob blob = make_blob(tiff.data);
+    String dest;
+    ASSERT_TRUE(Exif::readTIFF(blob, tiff.data.size(), dest));
+    EXPECT_EQ(dest, "<Artist>K\u00F6ln \u20AC \u00E2? ?\uFFFD</Artist>\n");
+}
+
 TEST(Exif, hostile_directories) {
     const std::string good = make_camera(false);
     uint32_t seed = 1;

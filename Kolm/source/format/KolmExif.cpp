@@ -107,21 +107,30 @@ private:
         if(!text.empty()) dest += String::format("<%s>%s</%s>\n", name, text.get(), name);
     }
 
-    // Up to the first zero, without spaces at the end. What is no text in XML becomes a question mark.
+    // Up to the first zero, without spaces at the end. Bytes that are no UTF-8 are taken as Latin-1, which older cameras
+    // write; line breaks become spaces, and what is no text in XML a question mark.
     void read_text(String &text, uint32_t pos, uint32_t count) {
         uint32_t length = 0;
         while(length < count && data[pos + length]) length++;
         while(length && data[pos + length - 1] == ' ') length--;
-        for(uint32_t i = 0; i < length; i++) {
-            const char c = char(data[pos + i]);
-            if(c == '<')
+        for(uint32_t i = 0, consumed = 0; i < length; i += consumed) {
+            uint32_t code = String::toUtf32(reinterpret_cast<const char *>(data + pos + i), length - i, consumed);
+            if(code == 0xFFFD && consumed < 3) {
+                code = data[pos + i];
+                consumed = 1;
+            }
+            if(code == '<')
                 text += "&lt;";
-            else if(c == '>')
+            else if(code == '>')
                 text += "&gt;";
-            else if(c == '&')
+            else if(code == '&')
                 text += "&amp;";
+            else if(code == '\t' || code == '\n' || code == '\r')
+                text += ' ';
+            else if(code < 32 || (code >= 127 && code < 160) || code == 0xFFFE || code == 0xFFFF)
+                text += '?';
             else
-                text += (c >= 32 && c < 127) ? c : '?';
+                String::fromUtf32(text, code);
         }
     }
 
