@@ -76,6 +76,44 @@ TEST_F(ComputeVKTest, transient_data_and_barriers) {
 }
 
 // Offsets alone write no descriptor, unless the slot's offset is fixed.
+// A slot of data that becomes larger, smaller, a buffer and data again; plain and through descriptors that are fixed.
+TEST_F(ComputeVKTest, data_of_changing_sizes) {
+    for(const bool fixed : {false, true}) {
+        KernelPtr kernel = create_add_kernel(fixed ? Kernel::BindFlagFixed : Kernel::BindFlagNone);
+        ASSERT_TRUE(kernel);
+        BufferPtr storage = createBuffer(storage_flags, std::vector<uint32_t>(64, 0));
+        BufferPtr uniform = createBuffer(Buffer::FlagUniform, {64, 1000, 0, 0});
+        ComputePtr compute = createCompute();
+        compute->setKernel(kernel.get());
+        compute->setStorageBuffer(0, storage.get());
+        const size_t alignment = max(device->getFeatures().uniformAlignment, 16u);
+        uint32_t sum = 0;
+        for(const size_t size : {16u, 16u, 64u, 4096u, 16u, 0u, 16u, 16u, 60000u, 60000u, 1u, 16u}) {
+            if(size == 0) {
+                compute->setUniformBuffer(0, uniform.get());
+                sum += 1000;
+            } else if(size == 1) { // the second of two records
+                std::vector<uint32_t> words(alignment / 2, 0);
+                words[alignment / 4] = 64;
+                words[alignment / 4 + 1] = 7;
+                compute->setUniformData(0, words.data(), words.size() * 4);
+                compute->setUniformOffset(0, alignment, false);
+                sum += 7;
+            } else {
+                std::vector<uint32_t> words(size / 4, 0);
+                words[0] = 64;
+                words[1] = 1;
+                sum++;
+                compute->setUniformData(0, words.data(), size);
+            }
+            compute->dispatch(64, 1, 1);
+            compute->barrier(storage.get());
+        }
+        compute.reset();
+        EXPECT_EQ(getWords(storage.get()), std::vector<uint32_t>(64, sum));
+    }
+}
+
 TEST_F(ComputeVKTest, offsets) {
     for(const bool fixed : {false, true}) {
         KernelPtr kernel = create_add_kernel(fixed ? Kernel::BindFlagFixed : Kernel::BindFlagNone);
