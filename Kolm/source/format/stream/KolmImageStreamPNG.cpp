@@ -5,6 +5,7 @@
 
 #include <png.h>
 #include <setjmp.h>
+#include <stdlib.h>
 
 #include "KolmLog.h"
 #include "KolmStream.h"
@@ -19,6 +20,7 @@ constexpr const char *png_version = "1.6.34";
 constexpr uint32_t png_magic = 0x474E5089;
 constexpr uint32_t signature_size = 8;
 constexpr uint32_t write_size = 0x10000; // bytes of one IDAT chunk
+constexpr size_t block_limit = 64 << 20; // bytes of one allocation, far above the widest row and the longest text
 
 void error_fn(png_structp png, png_const_charp text) {
     Log::printf(Log::Error, "ImageStreamPNG::error(): %s\n", text);
@@ -29,6 +31,10 @@ void warning_fn(png_structp, png_const_charp text) {
     if(strcmp(text, "iCCP: known incorrect sRGB profile") == 0) return;
     Log::printf(Log::Warning, "ImageStreamPNG::warning(): %s\n", text);
 }
+
+// A chunk is allocated by the length that it claims before it is read.
+void *malloc_fn(png_structp, png_alloc_size_t size) { return (size <= block_limit) ? malloc(size) : nullptr; }
+void free_fn(png_structp, png_voidp ptr) { free(ptr); }
 
 void read_fn(png_structp png, png_bytep dst, size_t size) {
     Stream *stream = static_cast<Stream *>(png_get_io_ptr(png));
@@ -92,7 +98,7 @@ struct ImageStreamPNG::Reader {
 };
 
 bool ImageStreamPNG::Reader::open() {
-    png = png_create_read_struct(png_version, nullptr, error_fn, warning_fn);
+    png = png_create_read_struct_2(png_version, nullptr, error_fn, warning_fn, nullptr, malloc_fn, free_fn);
     if(png) info = png_create_info_struct(png);
     if(info == nullptr) return false;
     if(setjmp(png_jmpbuf(png))) return false;
