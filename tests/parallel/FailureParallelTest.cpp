@@ -68,24 +68,10 @@ TEST_F(FailureParallelTest, out_of_memory) {
         SCOPED_TRACE(is_sort ? "sort" : "scan");
         const auto run = [&] { return is_sort ? sort() : scan(); };
         std::vector<std::string> functions; // that failed
-        for(uint32_t number = 1;; number++) {
-            reopen();
-            DriverLayer::fail(number);
-            const bool status = run();
-            const char *failed = DriverLayer::getFailed();
-            DriverLayer::fail(0);
-            SCOPED_TRACE(std::string(failed ? failed : "nothing") + " fails as call " + std::to_string(number));
-            const std::vector<std::string> lines = takeLog();
-            checkLines(lines, failed ? 8 : 0);
-            EXPECT_TRUE(status || failed);
-            if(failed == nullptr) break;
-            EXPECT_TRUE(status || !lines.empty());
-            if(std::find(functions.begin(), functions.end(), failed) == functions.end()) {
-                functions.push_back(failed);
-                EXPECT_TRUE(run()) << "the device is of no use any more";
-                EXPECT_EQ(join(takeLog()), "");
-            }
-            if(HasFailure()) return;
-        }
+        failEach(true, run, [&](const char *failed) {
+            if(std::find(functions.begin(), functions.end(), failed) != functions.end()) return true;
+            functions.push_back(failed);
+            return run();
+        });
     }
 }

@@ -17,22 +17,8 @@ TEST_F(FailureVKTest, out_of_memory) {
         SCOPED_TRACE(work.name);
         const bool is_new = (work.name == std::string("slots") || work.name == std::string("vertices") ||
                              work.name == std::string("rays"));
-        for(uint32_t number = 1;; number++) {
-            if(number == 1 || is_new) reopen();
-            DriverLayer::fail(number);
-            const bool status = work.run(*device);
-            const char *failed = DriverLayer::getFailed();
-            DriverLayer::fail(0);
-            SCOPED_TRACE(std::string(failed ? failed : "nothing") + " fails as call " + std::to_string(number));
-            const std::vector<std::string> lines = takeLog();
-            checkLines(lines, failed ? 8 : 0);
-            EXPECT_TRUE(status || failed);
-            if(failed == nullptr) break;
-            EXPECT_TRUE(status || !lines.empty());
-            EXPECT_TRUE(usual.run(*device)) << "the device is of no use any more";
-            EXPECT_EQ(join(takeLog()), "");
-            if(HasFailure()) break;
-        }
+        failEach(
+            is_new, [&] { return work.run(*device); }, [&](const char *) { return usual.run(*device); });
         EXPECT_TRUE(work.run(*device));
         if(HasFailure()) break;
     }
