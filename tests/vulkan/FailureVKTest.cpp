@@ -26,6 +26,39 @@ TEST_F(FailureVKTest, out_of_memory) {
     EXPECT_EQ(join(takeLog()), "");
 }
 
+// The same for the start: instance, device, and what a context begins with.
+TEST_F(FailureVKTest, start_out_of_memory) {
+    device.reset();
+    offscreen.reset();
+    uint32_t num_failed = 0;
+    for(uint32_t number = 1;; number++) {
+        DriverLayer::fail(number);
+        const size_t memory = Allocator::getMemory();
+        bool status = false;
+        {
+            VKOffscreen context;
+            status = context.create();
+            if(status) {
+                VKDevice own(&context);
+                status = own.check() && own.flush() && own.finish();
+            }
+        }
+        const char *failed = DriverLayer::getFailed();
+        DriverLayer::fail(0);
+        SCOPED_TRACE(std::string(failed ? failed : "nothing") + " fails as call " + std::to_string(number));
+        const std::vector<std::string> lines = takeLog();
+        checkLines(lines, failed ? 8 : 0);
+        EXPECT_EQ(status, failed == nullptr);
+        EXPECT_FALSE(VK::isOpened());
+        EXPECT_EQ(Allocator::getMemory(), memory);
+        if(failed == nullptr || HasFailure()) break;
+        EXPECT_FALSE(lines.empty());
+        num_failed++;
+    }
+    EXPECT_GT(num_failed, 10u);
+    reopen();
+}
+
 // The device is lost in any call that can tell so: one line, then nothing works and everything can be let go.
 TEST_F(FailureVKTest, lost_device) {
     static constexpr struct {
