@@ -201,8 +201,8 @@ std::string data(const char *name) { return std::string(OSTREVAN_TEST_DATA "/for
 } // namespace
 
 TEST(ImageResize, minification_equals_the_plain_loop) {
-    constexpr uint32_t sizes[][4] = {
-        {37, 23, 13, 7}, {64, 64, 16, 16}, {100, 9, 33, 9}, {40, 70, 39, 3}, {33, 5, 1, 1}};
+    constexpr uint32_t sizes[][4] = {{37, 23, 13, 7}, {64, 64, 16, 16}, {66, 34, 33, 17},
+                                     {100, 9, 33, 9}, {40, 70, 39, 3},  {33, 5, 1, 1}};
     for(const Row &row : rows) {
         for(const auto &size : sizes) {
             const Image src = make_random(row.format, size[0], size[1]);
@@ -292,8 +292,10 @@ TEST(ImageResize, sums_do_not_overflow) {
         Image src;
         src.create2D(format, 300, 300);
         memset(src.getData(), isSignedFormat(format) ? 0x80 : 0xFF, src.getDataSize());
-        const Image dst = src.getResized(Size(1, 1));
-        EXPECT_EQ(memcmp(dst.getData(), src.getData(), dst.getDataSize()), 0) << getFormatName(format);
+        for(const uint32_t size : {1u, 75u, 150u}) {
+            const Image dst = src.getResized(Size(size, size));
+            EXPECT_EQ(memcmp(dst.getData(), src.getData(), dst.getDataSize()), 0) << getFormatName(format) << size;
+        }
     }
 }
 

@@ -33,16 +33,20 @@ template<class Type> struct Element {
 
     /// Cut toward zero and saturated; floats as they are.
     static Type store(Real v) {
-        if constexpr(is_float) {
-            return v;
-        } else {
+        if constexpr(!is_float) {
             v = (v > low) ? v : low;
             v = (v < top) ? v : top;
-            if constexpr(bits < 32)
-                return Type(int32_t(v));
-            else
-                return Type(int64_t(v));
         }
+        return store_inside(v);
+    }
+    /// The same for values that lie less than one outside of the range.
+    static Type store_inside(Real v) {
+        if constexpr(is_float)
+            return v;
+        else if constexpr(bits < 32)
+            return Type(int32_t(v));
+        else
+            return Type(int64_t(v));
     }
 
     /// The fast gamma on values of 0 to 1. Stored with one step more than the top value, as conversions do it, so that

@@ -36,6 +36,7 @@ void get_taps(Array<MagnifyTaps> &taps, uint32_t src_size, uint32_t dst_size) {
 template<class Real> struct LinearFilter {
     static constexpr uint32_t first = 1;
     static constexpr uint32_t count = 2;
+    static constexpr bool is_inside = true; // nothing leaves the range of the taps by more than roundings
     explicit LinearFilter(float64_t t = 0.0) : f(Real(t)) {}
     template<class Taps> auto get(const Taps &taps) const {
         const auto a = taps(1);
@@ -46,6 +47,7 @@ template<class Real> struct LinearFilter {
 template<class Real> struct CubicFilter {
     static constexpr uint32_t first = 0;
     static constexpr uint32_t count = 4;
+    static constexpr bool is_inside = false;
     explicit CubicFilter(float64_t t = 0.0)
         : a(Real(((-0.5 * t + 1.0) * t - 0.5) * t)), c(Real(((-1.5 * t + 2.0) * t + 0.5) * t)),
           d(Real((0.5 * t - 0.5) * t * t)) {}
@@ -61,9 +63,13 @@ template<class Type, class Real, class RealFilter>
 void mix_rows(Type *__restrict out, const Real *const rows[4], RealFilter filter, size_t size) {
     const Real *r0 = rows[0], *r1 = rows[1], *r2 = rows[2], *r3 = rows[3];
     for(size_t x = 0; x < size; x++) {
-        out[x] = Element<Type>::store(filter.get([=](uint32_t i) {
+        const Real v = filter.get([=](uint32_t i) {
             return (i == 0) ? r0[x] : (i == 1) ? r1[x] : (i == 2) ? r2[x] : r3[x];
-        }));
+        });
+        if constexpr(RealFilter::is_inside && sizeof(Type) < 4)
+            out[x] = Element<Type>::store_inside(v);
+        else
+            out[x] = Element<Type>::store(v);
     }
 }
 
