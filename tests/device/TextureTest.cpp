@@ -202,7 +202,6 @@ TEST_F(TextureTest, fills_in_slices_and_regions) {
     std::unique_ptr<Texture> sparse(device.createTexture2D(FormatRGBAu8n, 512, Texture::FlagSparse));
     std::unique_ptr<Fence> fence(device.createFence(Fence::FlagNone));
     device.calls.take();
-    const Size size(8, 4);
     const struct {
         std::function<bool()> run;
         const char *calls;
