@@ -191,6 +191,20 @@ TEST(ImageStreamPNG, huge_sizes) {
     }
 }
 
+// A chunk that claims more than a gigabyte is not given the memory for it, in front of the pixels and behind them.
+TEST(ImageStreamPNG, huge_chunks) {
+    const std::string file = read_file("png_rgba8.png");
+    for(const size_t pos : {size_t(33), file.size() - 12}) {
+        CapturedLog log;
+        Blob blob = make_blob(std::string(file).insert(pos, std::string("\x60\0\0\0tEXt", 8)), "x.png");
+        Image image;
+        EXPECT_FALSE(image.load(blob));
+        const char *error =
+            (pos == 33) ? "error(): chunk is too large\n" : "error(): read error\n"; // not kept behind them
+        EXPECT_NE(log.text().find(error), std::string::npos) << log.text();
+    }
+}
+
 // Small files may stand for large pictures.
 TEST(ImageStream, pictures_of_one_colour) {
     for(const char *name : {"x.png", "x.jpg", "x.hdr", "x.tga", "x.bmp", "x.ppm", "x.image", "x.dds", "x.ktx"}) {

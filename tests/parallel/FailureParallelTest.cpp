@@ -17,7 +17,7 @@ const Buffer::Flags buffer_flags = Buffer::FlagStorage | Buffer::FlagSource;
 
 class FailureParallelTest : public FailureTest {
 protected:
-    // Each is right, or was refused and left the words alone or in any order.
+    // True if all of it went well, and then the result is right; false if something was refused.
     bool scan() {
         const std::vector<uint32_t> words(num_elements, 3);
         PrefixScan prefix;

@@ -276,7 +276,7 @@ void Recorder::update_range(const SlotKind &kind, uint32_t index, Slot &slot, si
     slot.size = size;
 }
 
-void *Recorder::get_data(const SlotKind &kind, const Caller &caller, uint32_t index, size_t size) {
+void *Recorder::get_new_data(const SlotKind &kind, const Caller &caller, uint32_t index, size_t size) {
     Slot &slot = get_slot(kind, caller, index);
     if(KOLM_UNLIKELY(size == 0)) caller.fail("invalid %s size 0", kind.name);
     if(KOLM_UNLIKELY(size > kind.getMaxData())) {
@@ -301,11 +301,9 @@ void *Recorder::get_data(const SlotKind &kind, const Caller &caller, uint32_t in
     return memory.data;
 }
 
-void Recorder::set_new_data(const SlotKind &kind, const Caller &caller, uint32_t index, const void *src, size_t size) {
+void Recorder::fail_data(const Caller &caller) const {
     check_object(caller);
-    if(KOLM_UNLIKELY(src == nullptr)) caller.fail("data is null");
-    void *data = get_data(kind, caller, index, size);
-    if(data) memcpy(data, src, size);
+    caller.fail("data is null");
 }
 
 void Recorder::set_buffer(const SlotKind &kind, const Caller &caller, uint32_t index, Buffer *buffer, size_t offset,

@@ -79,14 +79,14 @@ protected:
     const SlotKind &get_uniform_kind() const { return uniform_kind; }
     const SlotKind &get_storage_kind() const { return storage_kind; }
     SlotKind get_indirect_kind();
-    void *get_data(const SlotKind &kind, const Caller &caller, uint32_t index, size_t size);
+    void *get_data(const SlotKind &kind, const Caller &caller, uint32_t index, size_t size) {
+        void *data = get_same_data(kind, index, size);
+        return KOLM_LIKELY(data != nullptr) ? data : get_new_data(kind, caller, index, size);
+    }
     void set_data(const SlotKind &kind, const Caller &caller, uint32_t index, const void *src, size_t size) {
-        void *data = (src) ? get_same_data(kind, index, size) : nullptr;
-        if(KOLM_LIKELY(data != nullptr)) {
-            memcpy(data, src, size);
-        } else {
-            set_new_data(kind, caller, index, src, size);
-        }
+        if(KOLM_UNLIKELY(src == nullptr)) fail_data(caller);
+        void *data = get_data(kind, caller, index, size);
+        if(KOLM_LIKELY(data != nullptr)) memcpy(data, src, size);
     }
     void set_buffer(const SlotKind &kind, const Caller &caller, uint32_t index, Buffer *buffer, size_t offset,
                     size_t size);
@@ -104,6 +104,7 @@ protected:
 private:
     void check_index(const Caller &caller, const char *kind, uint32_t index, uint32_t num, uint32_t count) const;
     [[noreturn]] void fail_object(const Caller &caller) const;
+    [[noreturn]] void fail_data(const Caller &caller) const;
     bool check_all_slots(const Caller &caller) const;
     bool check_table(const Caller &caller, uint32_t index, Parameters::TableType type, uint32_t size) const;
     Slot &get_slot(const SlotKind &kind, const Caller &caller, uint32_t index);
@@ -112,7 +113,7 @@ private:
         if(KOLM_UNLIKELY(kind.max_size && size > kind.max_size)) refuse_size(kind, caller, name, size);
     }
     void *get_same_data(const SlotKind &kind, uint32_t index, size_t size);
-    void set_new_data(const SlotKind &kind, const Caller &caller, uint32_t index, const void *src, size_t size);
+    void *get_new_data(const SlotKind &kind, const Caller &caller, uint32_t index, size_t size);
     void refuse_size(const SlotKind &kind, const Caller &caller, const char *name, size_t size);
     void update_range(const SlotKind &kind, uint32_t index, Slot &slot, size_t offset, size_t size);
     const char *get_object_text() const { return Caller::getText(parameters->getName()); }

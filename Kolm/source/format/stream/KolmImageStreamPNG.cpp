@@ -32,8 +32,13 @@ void warning_fn(png_structp, png_const_charp text) {
     Log::printf(Log::Warning, "ImageStreamPNG::warning(): %s\n", text);
 }
 
-// A chunk is allocated by the length that it claims before it is read.
-void *malloc_fn(png_structp, png_alloc_size_t size) { return (size <= block_limit) ? malloc(size) : nullptr; }
+// A chunk is allocated by the length that it claims before it is read. libpng goes on within a chunk that it gets no
+// memory for, so that what was refused has to be remembered.
+void *malloc_fn(png_structp png, png_alloc_size_t size) {
+    if(size <= block_limit) return malloc(size);
+    *static_cast<bool *>(png_get_mem_ptr(png)) = true;
+    return nullptr;
+}
 void free_fn(png_structp, png_voidp ptr) { free(ptr); }
 
 void read_fn(png_structp png, png_bytep dst, size_t size) {
@@ -92,13 +97,14 @@ struct ImageStreamPNG::Reader {
     uint32_t height = 0;
     uint32_t rows = 0;        // rows that are complete
     uint64_t packed_size = 0; // bytes of all rows in the file, where pixels may be of one bit
+    bool is_refused = false;  // a block above the limit was asked for
     int32_t passes = 1;
     int32_t depth = 0;
     int32_t color = 0;
 };
 
 bool ImageStreamPNG::Reader::open() {
-    png = png_create_read_struct_2(png_version, nullptr, error_fn, warning_fn, nullptr, malloc_fn, free_fn);
+    png = png_create_read_struct_2(png_version, nullptr, error_fn, warning_fn, &is_refused, malloc_fn, free_fn);
     if(png) info = png_create_info_struct(png);
     if(info == nullptr) return false;
     if(setjmp(png_jmpbuf(png))) return false;
@@ -106,6 +112,7 @@ bool ImageStreamPNG::Reader::open() {
     png_set_sig_bytes(png, signature_size);
     png_set_keep_unknown_chunks(png, PNG_HANDLE_CHUNK_NEVER, nullptr, 0);
     png_read_info(png, info);
+    if(is_refused) png_error(png, "chunk is too large");
     depth = png_get_bit_depth(png, info);
     color = png_get_color_type(png, info);
     if(depth == 16) png_set_swap(png);

@@ -163,10 +163,9 @@ bool VKRecorder::check_resources(const Slot *indirect) {
 
 void VKRecorder::bind(VkPipeline pipeline) {
     if(epoch != context->getEpoch() || bound_pipeline != pipeline || !context->isRecorder(this)) {
-        if(bound_pipeline != pipeline) {
-            drop_sets();
-            select_dynamic(); // the object may have been created anew
-        }
+        // The object may have been created anew; when its old pipeline is gone, the new one may have the same handle.
+        if(bound_pipeline != pipeline) drop_sets();
+        if(bound_pipeline != pipeline || epoch != context->getEpoch()) select_dynamic();
         epoch = context->getEpoch();
         context->setRecorder(this);
         bound_pipeline = pipeline;
